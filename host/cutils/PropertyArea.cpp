@@ -1,0 +1,76 @@
+#include "PropertyArea.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <mutex>
+
+#include "internal/ScopedFd.h"
+
+namespace {
+
+const std::string kArea = "/dev/__properties__/";
+
+bool hasDeviceRoot() {
+    static const bool has = access(kArea.c_str(), F_OK) == 0;
+    return has;
+}
+
+struct ProcessArea {
+    std::mutex mutex;
+    std::map<std::string, std::string> values;
+};
+
+ProcessArea& processArea() {
+    static ProcessArea area;
+    return area;
+}
+
+/** Writes a file of its own beside the values; its name begins with a dot, as no property's does.
+ */
+std::string writeTemporary(std::string_view value) {
+    std::string path = kArea + ".set.XXXXXX";
+    const ScopedFd file(mkstemp(path.data()));
+    if (!file.valid()) return "";
+    const bool written =
+        write(file.get(), value.data(), value.size()) == static_cast<ssize_t>(value.size());
+    if (written && fchmod(file.get(), 0644) == 0) return path;
+    unlink(path.c_str());
+    return "";
+}
+
+bool writeFile(const std::string& name, std::string_view value, bool once) {
+    const std::string temporary = writeTemporary(value);
+    if (temporary.empty()) return false;
+    const std::string path = kArea + name;
+    // rename() replaces a value at once, link() refuses to replace one.
+    const bool stored = once ? link(temporary.c_str(), path.c_str()) == 0
+                             : rename(temporary.c_str(), path.c_str()) == 0;
+    if (once || !stored) unlink(temporary.c_str());
+    return stored;
+}
+
+}  // namespace
+
+std::string readProperty(const std::string& name) {
+    if (hasDeviceRoot()) {
+        std::ifstream file(kArea + name, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    const std::lock_guard lock(processArea().mutex);
+    const auto found = processArea().values.find(name);
+    return found == processArea().values.end() ? "" : found->second;
+}
+
+bool writeProperty(const std::string& name, std::string_view value, bool once) {
+    if (hasDeviceRoot()) return writeFile(name, value, once);
+    const std::lock_guard lock(processArea().mutex);
+    if (once) return processArea().values.try_emplace(name, value).second;
+    processArea().values[name] = value;
+    return true;
+}

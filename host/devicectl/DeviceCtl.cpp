@@ -1,0 +1,57 @@
+// Looks at the workstation device from inside, and runs commands in it. scripts/device calls it.
+
+#include <cutils/properties.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "RunCommand.h"
+#include "ShowRecords.h"
+
+namespace {
+
+constexpr int kBadUsage = 2;
+
+int usage() {
+    fputs(
+        "usage: devicectl run COMMAND [ARG...]  run with the stability driver at work\n"
+        "       devicectl driver [FIRST]        print what the driver got, from record FIRST on\n"
+        "       devicectl events [FIRST]        print the event buffer, from record FIRST on\n"
+        "       devicectl getprop NAME          print a system property\n"
+        "       devicectl setprop NAME VALUE    set a system property\n",
+        stderr);
+    return kBadUsage;
+}
+
+int getProperty(const char* name) {
+    char value[PROPERTY_VALUE_MAX];
+    property_get(name, value, "");
+    puts(value);
+    return EXIT_SUCCESS;
+}
+
+int setProperty(const char* name, const char* value) {
+    if (property_set(name, value) == 0) return EXIT_SUCCESS;
+    fprintf(stderr, "devicectl: the property service refuses %s=%s\n", name, value);
+    return EXIT_FAILURE;
+}
+
+int show(void (*records)(size_t), const char* first) {
+    char* end = nullptr;
+    const size_t index = first == nullptr ? 0 : strtoul(first, &end, 10);
+    if (first != nullptr && (*first == '\0' || *end != '\0')) return usage();
+    records(index);
+    return EXIT_SUCCESS;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const char* const verb = argc > 1 ? argv[1] : "";
+    if (strcmp(verb, "run") == 0 && argc > 2) return runCommand(argv + 2);
+    if (strcmp(verb, "driver") == 0 && argc <= 3) return show(showDriverRecords, argv[2]);
+    if (strcmp(verb, "events") == 0 && argc <= 3) return show(showEvents, argv[2]);
+    if (strcmp(verb, "getprop") == 0 && argc == 3) return getProperty(argv[2]);
+    if (strcmp(verb, "setprop") == 0 && argc == 4) return setProperty(argv[2], argv[3]);
+    return usage();
+}

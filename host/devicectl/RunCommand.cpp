@@ -1,0 +1,61 @@
+#include "RunCommand.h"
+
+#include <errno.h>
+#include <poll.h>
+#include <signal.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "internal/ScopedFd.h"
+#include "records/DriverRecords.h"
+
+namespace {
+
+constexpr int kCannotStart = 127;
+constexpr int kSignalBase = 128;
+
+[[noreturn]] void execCommand(char** command) {
+    signal(SIGINT, SIG_DFL);
+    signal(SIGQUIT, SIG_DFL);
+    execvp(command[0], command);
+    fprintf(stderr, "devicectl: cannot run %s: %s\n", command[0], strerror(errno));
+    _exit(kCannotStart);
+}
+
+/** Collects driver records until the child has ended, and those that it left. */
+void serveDriver(int node, pid_t child) {
+    const ScopedFd ended(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
+    pollfd waits[] = {{ended.get(), POLLIN, 0}, {node, POLLIN, 0}};
+    bool stored = true;
+    while ((waits[0].revents & POLLIN) == 0) {
+        if (poll(waits, 2, -1) < 0) continue;  // EINTR
+        if (!collectDriverRecords(node) && stored) {
+            perror("devicectl: driver records are lost: cannot store them");
+            stored = false;
+        }
+    }
+}
+
+}  // namespace
+
+int runCommand(char** command) {
+    // As a shell does: the terminal's interrupt is for the command.
+    signal(SIGINT, SIG_IGN);
+    signal(SIGQUIT, SIG_IGN);
+    const ScopedFd node(openDriverNode());
+    const pid_t child = fork();
+    if (child == 0) execCommand(command);
+    if (child < 0) {
+        perror("devicectl: cannot start a process");
+        return kCannotStart;
+    }
+
+    if (node.valid()) serveDriver(node.get(), child);
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return WIFSIGNALED(status) ? kSignalBase + WTERMSIG(status) : WEXITSTATUS(status);
+}

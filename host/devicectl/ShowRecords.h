@@ -1,0 +1,11 @@
+#pragma once
+
+#include <stddef.h>
+
+// Both print from the record with index first on, oldest first, named fields and a hex dump.
+
+/** Prints the records that the stability driver got. */
+void showDriverRecords(size_t first);
+
+/** Prints the records in the event buffer; stability events decoded. */
+void showEvents(size_t first);

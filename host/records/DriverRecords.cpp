@@ -1,0 +1,61 @@
+#include "DriverRecords.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "internal/ScopedFd.h"
+
+namespace {
+
+constexpr char kNode[] = "/dev/stabd";
+constexpr char kRecordsFile[] = "/dev/stabd.records";
+constexpr size_t kRecordsPerRead = 64;
+
+/** Opens the file for one collector at a time. */
+int openRecordsFile() {
+    const int file = open(kRecordsFile, O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    while (file >= 0 && flock(file, LOCK_EX) != 0 && errno == EINTR) {
+    }
+    return file;
+}
+
+bool moveRecords(int node, int file) {
+    stab_notify_record records[kRecordsPerRead];
+    ssize_t count;
+    while ((count = read(node, records, sizeof(records))) > 0) {
+        if (write(file, records, static_cast<size_t>(count)) != count) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+int openDriverNode() {
+    struct stat status;
+    if (stat(kNode, &status) != 0 || !S_ISFIFO(status.st_mode)) return -1;
+    // For writing too: a FIFO without a writer would always be ready to read its end.
+    return open(kNode, O_RDWR | O_NONBLOCK | O_CLOEXEC);
+}
+
+bool collectDriverRecords(int node) {
+    // Records leave the node only under this lock: whoever holds it and finds the node empty knows
+    // that the file is complete.
+    const ScopedFd file(openRecordsFile());
+    return file.valid() && moveRecords(node, file.get());
+}
+
+std::vector<stab_notify_record> listDriverRecords() {
+    const ScopedFd node(openDriverNode());
+    if (node.valid()) collectDriverRecords(node.get());
+
+    const ScopedFd file(open(kRecordsFile, O_RDONLY | O_CLOEXEC));
+    std::vector<stab_notify_record> records;
+    stab_notify_record record;
+    while (read(file.get(), &record, sizeof(record)) == static_cast<ssize_t>(sizeof(record))) {
+        records.push_back(record);
+    }
+    return records;
+}

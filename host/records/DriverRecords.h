@@ -1,0 +1,18 @@
+#pragma once
+
+#include <vector>
+
+#include "internal/StabNotifyRecord.h"
+
+// The workstation device's stability driver: a FIFO at /dev/stabd and a file that keeps what came
+// through it. A FIFO holds its content only while somebody has it open; scripts/device does, for as
+// long as its command runs.
+
+/** Opens the node for collecting, or returns a negative number when it is no FIFO. */
+int openDriverNode();
+
+/** Moves every record that waits in the node into the file. False when one could not be stored. */
+bool collectDriverRecords(int node);
+
+/** Every record since the device's last reboot, oldest first, those still in the node included. */
+std::vector<stab_notify_record> listDriverRecords();

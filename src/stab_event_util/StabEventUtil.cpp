@@ -1,0 +1,279 @@
+// Stability events to the platform's event buffer, the core dump decision, and the notifications to
+// the stability kernel driver.
+
+#include <cutils/properties.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <memory>
+#include <string_view>
+
+#include "internal/Log.h"
+#include "internal/ScopedFd.h"
+#include "internal/ScopedFile.h"
+#include "internal/StabNotifyRecord.h"
+#include "internal/SysEventsBuffer.h"
+#include "wardline/Coredump.h"
+#include "wardline/StabEventReport.h"
+#include "wardline/StabNotify.h"
+#include "wardline_records.pb.h"
+
+namespace {
+
+// Event type codes, shared by the StabEvent record and the driver record.
+constexpr int kNativeCrash = 2;
+constexpr int kSystemKilled = 4;
+constexpr int kExtraLogFinished = 10;  // Driver record only.
+
+}  // namespace
+
+// Stability events.
+
+namespace {
+
+constexpr int kStabEventId = 36;
+
+long wallClockMs() {
+    timeval now;
+    gettimeofday(&now, nullptr);
+    return now.tv_sec * 1000 + now.tv_usec / 1000;
+}
+
+StabEvent makeStabEvent(int eventType, int pid, const std::string& processName,
+                        unsigned long timeMs, const std::map<std::string, std::string>* data) {
+    StabEvent event;
+    event.set_event_type(static_cast<uint32_t>(eventType));
+    event.set_pid(static_cast<uint32_t>(pid));
+    event.set_process_name(processName);
+    event.set_timestamp_ms(timeMs);
+    if (data != nullptr) event.mutable_data()->insert(data->begin(), data->end());
+    return event;
+}
+
+}  // namespace
+
+void android::reportStabEvent(int eventType, int pid, const std::string& processName,
+                              unsigned long timeMs,
+                              const std::map<std::string, std::string>* data) {
+    if (timeMs == 0) timeMs = static_cast<unsigned long>(wallClockMs());
+    const std::string record =
+        makeStabEvent(eventType, pid, processName, timeMs, data).SerializeAsString();
+
+    const auto payload = std::make_unique_for_overwrite<unsigned char[]>(record.size());
+    memcpy(payload.get(), record.data(), record.size());
+    __android_sysevents_buf_single_file_writes(static_cast<long>(timeMs), kStabEventId,
+                                               payload.get(), static_cast<int>(record.size()));
+}
+
+// Core dump decision.
+
+namespace {
+
+constexpr char kTrimFlagNode[] = "/proc/sys/kernel/coredump_trim_flag";
+constexpr char kCoredumpDisableNode[] = "/proc/sys/kernel/coredump_disable";
+constexpr char kCoredumpLatchPrefix[] = "dumpstate.coredump.";
+
+constexpr int kTrimModeMask = 3;
+constexpr int kTrimModeOff = 0;
+constexpr int kTrimModeOncePerName = 1;
+constexpr int kTrimVeto = 0x1000;
+
+/** Reads the policy word into flag; on failure logs why and returns false. */
+bool readTrimFlag(int* flag) {
+    ScopedFile node(fopen(kTrimFlagNode, "r"));
+    if (node == nullptr) {
+        ALOGI("Failed to open sysctl node for read");
+        return false;
+    }
+    if (fscanf(node.get(), "%d", flag) != 1) {
+        ALOGE("error reading integer from coredump_trim_flag");
+        return false;
+    }
+    return true;
+}
+
+/** True for the first core dump of this name since boot, which uses the name's latch up. */
+bool takeCoredumpLatch(const char* processName) {
+    std::string key = std::string(kCoredumpLatchPrefix) + processName;
+    std::replace(key.begin(), key.end(), '/', '-');
+
+    char value[PROPERTY_VALUE_MAX] = {};
+    property_get(key.c_str(), value, "0");
+    if (atoi(value) != 0) return false;
+    property_set(key.c_str(), "1");
+    return true;
+}
+
+void writeCoredumpDisable(int disable, const char* processName) {
+    ScopedFile node(fopen(kCoredumpDisableNode, "w"));
+    if (node == nullptr) return;
+    fprintf(node.get(), "%d", disable);
+    node.reset();
+    ALOGI("%s coredump for %s", disable ? "disable" : "enable", processName);
+}
+
+}  // namespace
+
+bool android::needCoredump(const char* processName) {
+    int flag = 0;
+    if (!readTrimFlag(&flag)) return false;
+
+    const int mode = flag & kTrimModeMask;
+    // Deliberate: the kernel switch keeps the value of the decision before.
+    if (mode == kTrimModeOff || (flag & kTrimVeto) != 0) return false;
+
+    const bool allowed = mode != kTrimModeOncePerName || takeCoredumpLatch(processName);
+    writeCoredumpDisable(allowed ? 0 : 1, processName);
+    return allowed;
+}
+
+// System-killed latch.
+
+namespace {
+
+constexpr char kSystemKilledLatch[] = "sys.stab.system_killed";
+constexpr int kLatchUnset = 0;
+
+struct CrashLatch {
+    std::string_view prefix;
+    int cause;
+};
+constexpr CrashLatch kCrashLatches[] = {{"system_server", 2}, {"zygote", 5}};
+
+int readSystemKilledLatch() {
+    return property_get_int32(kSystemKilledLatch, kLatchUnset);
+}
+
+void writeSystemKilledLatch(int cause) {
+    char value[8];
+    snprintf(value, sizeof(value), "%d", cause);
+    property_set(kSystemKilledLatch, value);
+}
+
+/** Marks the crash of system_server or zygote, unless an earlier cause is still recorded. */
+void latchCrash(std::string_view processName) {
+    for (const CrashLatch& latch : kCrashLatches) {
+        if (!processName.starts_with(latch.prefix)) continue;
+        if (readSystemKilledLatch() == kLatchUnset) writeSystemKilledLatch(latch.cause);
+    }
+}
+
+}  // namespace
+
+// Driver notifications.
+
+namespace {
+
+constexpr char kStabDriverNode[] = "/dev/stabd";
+
+constexpr uint32_t kEventNotification = 1;  // stab_notify_record::kind
+
+constexpr uint64_t kCrashFlags = 0x3611f;
+constexpr uint64_t kFlagSystemServerAborted = UINT64_C(1) << 10;
+constexpr uint64_t kFlagCoredumpAllowed = UINT64_C(1) << 15;
+constexpr uint64_t kFlagSegmentationFault = UINT64_C(1) << 33;
+constexpr uint64_t kSystemKilledFlags = 0x1f;
+
+enum KillCause : int {
+    kFirstKillCause = 1,
+    kSystemServerKilled = 4,
+    kZygoteKilled = 6,
+    kLastKillCause = kZygoteKilled,
+};
+
+// "bstabd" is the fixed wording of this line; log readers search for it.
+void logDriverError(int error) {
+    ALOGE("notify_stab_driver write bstabd driver error: %d", error);
+}
+
+void notify_stab_driver(const stab_notify_record& record) {
+    ScopedFd node(open(kStabDriverNode, O_RDWR));
+    if (!node.valid()) return logDriverError(errno);
+    while (write(node.get(), &record, sizeof(record)) < 0) {
+        if (errno == EINTR) continue;
+        node.reset();  // The line reports errno as close leaves it.
+        return logDriverError(errno);
+    }
+}
+
+/** Copies text into a field that holds only zeros, cut so that a final NUL remains. */
+template <size_t size>
+void copyText(char (&field)[size], const char* text) {
+    memcpy(field, text, strnlen(text, size - 1));
+}
+
+stab_notify_record makeEventRecord(int eventType, int pid, uint64_t flags) {
+    stab_notify_record record = {};
+    record.event_type = static_cast<uint32_t>(eventType);
+    record.flags = flags;
+    record.pid = pid;
+    record.kind = kEventNotification;
+    return record;
+}
+
+/** The flags of a native crash; makes the core dump decision on the way. */
+uint64_t crashFlags(const char* processName, int signo, int code) {
+    uint64_t flags = kCrashFlags;
+    if (signo == SIGABRT && code == SI_KERNEL && strstr(processName, "system_server") != nullptr) {
+        flags |= kFlagSystemServerAborted;
+    }
+    if (android::needCoredump(processName)) flags |= kFlagCoredumpAllowed;
+    if (signo == SIGSEGV) flags |= kFlagSegmentationFault;
+    return flags;
+}
+
+}  // namespace
+
+void notify_stab_ne(const char* process_name, int pid, int signo, int code, const char* detail) {
+    ALOGI("%s process: %s pid: %d, signo: %d", "notify_stab_ne", process_name, pid, signo);
+
+    const uint64_t flags = crashFlags(process_name, signo, code);
+    stab_notify_record record = makeEventRecord(kNativeCrash, pid, flags);
+    copyText(record.detail, detail);
+    copyText(record.process_name, process_name);
+    notify_stab_driver(record);
+
+    android::reportStabEvent(kNativeCrash, pid, process_name, 0, nullptr);
+    latchCrash(process_name);
+}
+
+void notify_stab_system_killed(int type, int pid) {
+    if (type < kFirstKillCause || type > kLastKillCause) {
+        ALOGE("%s invalid type: %d", "notify_stab_system_killed", type);
+        return;
+    }
+    if (readSystemKilledLatch() != kLatchUnset) {
+        if (type == kZygoteKilled) writeSystemKilledLatch(kLatchUnset);
+        return;
+    }
+    if (type != kZygoteKilled) writeSystemKilledLatch(type);
+    if (type != kZygoteKilled && type != kSystemServerKilled) return;
+
+    ALOGI("%s notify type: %d", "notify_stab_system_killed", type);
+    const char* const name = type == kSystemServerKilled ? "system_server" : "zygote";
+    stab_notify_record record = makeEventRecord(kSystemKilled, pid, kSystemKilledFlags);
+    copyText(record.process_name, name);
+    notify_stab_driver(record);
+
+    android::reportStabEvent(kSystemKilled, pid, name, 0, nullptr);
+}
+
+void notify_extra_log_finish(int pid) {
+    notify_stab_driver(makeEventRecord(kExtraLogFinished, pid, 0));
+}
+
+void notify_stab_block_logo(int word0, int word1) {
+    // This record has a shape of its own: two words, then zeros.
+    const int32_t words[] = {word0, word1};
+    stab_notify_record record = {};
+    memcpy(&record, words, sizeof(words));
+    notify_stab_driver(record);
+}
