@@ -1,0 +1,43 @@
+// Crashes in the way that its argument names:
+//
+//     victim segv             reads through a bad pointer
+//     victim abort            calls abort()
+//     victim abort-by-kernel  takes a SIGABRT that carries the kernel's signal code, 128
+
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <string_view>
+
+namespace {
+
+void readThroughBadPointer() {
+    const volatile int* volatile pointer = reinterpret_cast<const int*>(0xdead0);
+    printf("%d\n", *pointer);
+}
+
+/** A process may send itself a signal with any code, also with the one that the kernel uses. */
+void abortByKernelCode() {
+    siginfo_t info = {};
+    info.si_signo = SIGABRT;
+    info.si_code = SI_KERNEL;
+    syscall(SYS_rt_sigqueueinfo, getpid(), SIGABRT, &info);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const rlimit noCoreFile = {0, 0};
+    setrlimit(RLIMIT_CORE, &noCoreFile);
+
+    const std::string_view way = argc == 2 ? argv[1] : "";
+    if (way == "segv") readThroughBadPointer();
+    if (way == "abort") abort();
+    if (way == "abort-by-kernel") abortByKernelCode();
+    fprintf(stderr, "usage: victim segv|abort|abort-by-kernel\n");
+    return 2;
+}

@@ -1,0 +1,102 @@
+#!/usr/bin/env bash
+# Crashes programs in a workstation device and shows all that the library did about each crash. Run it
+# inside a device:
+#
+#   scripts/device --temporary examples/crash_road.sh build/host
+set -euo pipefail
+
+build=$1
+handler=$build/examples/crash_handler
+victim=$build/examples/victim
+devicectl=$build/host/devicectl
+kernel=/proc/sys/kernel
+records=0  # How many driver records, and as many events, have been shown.
+
+fail() {
+  echo "crash_road.sh: $1" >&2
+  exit 1
+}
+trap 'fail "a step failed: $BASH_COMMAND"' ERR
+
+title() { printf '\n==== %s\n' "$1"; }
+section() { printf '\n%s\n' "-- $1"; }
+
+# Runs a command with the library's log lines as logcat would show them.
+with_log() {
+  local text
+  section "log"
+  text=$(LD_PRELOAD=$build/host/liblogcat_format.so "$@" 2>&1) || fail "$* failed: $text"
+  echo "${text:-none}"
+}
+
+show_property() {
+  local value
+  value=$("$devicectl" getprop "$1")
+  echo "$1 = ${value:-(unset)}"
+}
+
+show_coredump_decision() { # show_coredump_decision NAME EXPECTED-SWITCH
+  local disable verdict=refused
+  disable=$(cat "$kernel/coredump_disable")
+  [ "$disable" = "$2" ] || fail "coredump_disable is $disable, expected $2"
+  [ "$disable" = 1 ] || verdict=allowed
+  section "core dump $verdict"
+  echo "coredump_trim_flag = $(cat "$kernel/coredump_trim_flag")"
+  echo "coredump_disable = $disable"
+  show_property "dumpstate.coredump.${1//\//-}"
+}
+
+# Shows the driver records and events that are new since the last call.
+show_records() { # show_records EXPECTED-COUNT
+  local kind text
+  for kind in driver events; do
+    [ "$kind" = driver ] && section "driver record" || section "stability event"
+    text=$("$devicectl" "$kind" "$records")
+    [ "$(grep -c '^[a-z]' <<<"$text" || true)" = "$1" ] ||
+      fail "expected $1 new records from devicectl $kind, got: $text"
+    echo "${text:-none}"
+  done
+  records=$((records + $1))
+}
+
+show_latch() { # show_latch EXPECTED-VALUE
+  section "system-killed latch"
+  show_property sys.stab.system_killed
+  [ "$("$devicectl" getprop sys.stab.system_killed)" = "$1" ] || fail "the latch should be '$1'"
+}
+
+crash() { # crash NAME WAY EXPECTED-SWITCH EXPECTED-LATCH
+  with_log "$handler" --as "$1" "$victim" "$2"
+  show_coredump_decision "$1" "$3"
+  show_records 1
+  show_latch "$4"
+}
+
+killed() { # killed CAUSE EXPECTED-RECORDS EXPECTED-LATCH
+  with_log "$build/examples/system_killed" "$1" 1000
+  show_records "$2"
+  show_latch "$3"
+}
+
+echo 1 >"$kernel/coredump_trim_flag"
+
+title "1. A program reads through a bad pointer. One core dump for each name: this one is allowed"
+crash /vendor/bin/victim segv 0 ""
+
+title "2. The same program crashes again. Its core dump is used up: refused"
+crash /vendor/bin/victim segv 1 ""
+
+title "3. system_server is aborted with the kernel's signal code, 128 (bit 10 of the flags)"
+crash system_server abort-by-kernel 0 2
+
+title "4. system_server was killed, cause 4. The latch holds the crash already: nothing is reported"
+killed 4 0 2
+
+title "5. Cause 6 clears the latch"
+killed 6 0 0
+
+title "6. Cause 6 again, with the latch clear: zygote is reported"
+killed 6 1 0
+
+title "7. Cause 4 with the latch clear: system_server is reported, the latch set"
+killed 4 1 4
