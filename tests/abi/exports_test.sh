@@ -1,0 +1,61 @@
+#!/usr/bin/env bash
+# Compares what libwardline.so exports with the symbol map: exports_test.sh LIBRARY MAP
+set -euo pipefail
+
+library=$1 map=$2
+failures=0
+
+report() {
+  echo "FAILED: $1"
+  failures=$((failures + 1))
+}
+
+mapfile -t exports < <(nm -D --defined-only "$library" | awk '{print $3}' | sort -u)
+mapfile -t patterns < <(sed -n '/global:/,/local:/p' "$map" | grep -vE '#|global:|local:' | tr -d ' ;')
+
+matches() { # matches SYMBOL PATTERN
+  # shellcheck disable=SC2053  # A pattern, on purpose.
+  [[ $1 == $2 ]]
+}
+
+for symbol in "${exports[@]}"; do
+  for pattern in "${patterns[@]}"; do
+    matches "$symbol" "$pattern" && continue 2
+  done
+  report "$symbol is exported but not in the map"
+done
+
+for pattern in "${patterns[@]}"; do
+  for symbol in "${exports[@]}"; do
+    matches "$symbol" "$pattern" && continue 2
+  done
+  report "$pattern is in the map but not exported"
+done
+
+for needed in notify_stab_ne notify_stab_system_killed notify_extra_log_finish notify_stab_block_logo \
+  _ZN7android12needCoredumpEPKc _ZTV9StabEvent _StabEvent_default_instance_; do
+  [[ " ${exports[*]} " == *" $needed "* ]] || report "$needed is not exported"
+done
+
+event='android::reportStabEvent(int, int, std::__cxx11::basic_string<char, std::char_traits<char>, '
+event+='std::allocator<char> > const&, unsigned long, std::map<'
+nm -DC --defined-only "$library" | grep -qF "$event" || report "$event... is not exported"
+
+for internal in '^_ZNK\?St' '^_ZSt' 'notify_stab_driver' '^_ZTVN6google' 'ScopedFd'; do
+  ! printf '%s\n' "${exports[@]}" | grep "$internal" || report "$internal is exported"
+done
+
+dynamic=$(readelf -dW "$library")
+grep -q 'SONAME.*\[libwardline\.so\]$' <<<"$dynamic" || report 'the SONAME is not libwardline.so'
+grep -q 'NEEDED.*\[libprotobuf-lite\.so' <<<"$dynamic" || report 'not linked to the lite runtime'
+! grep -q 'NEEDED.*\[libprotobuf\.so' <<<"$dynamic" || report 'linked to the full protobuf runtime'
+! nm -D "$library" | grep -q '@@\?LIBWARDLINE' || report 'the exports carry a version'
+
+imports=$(nm -D --undefined-only "$library" | awk '{print $2}')
+for import in __android_log_print property_get property_set property_get_int32 \
+  _Z42__android_sysevents_buf_single_file_writesliPKhi; do
+  grep -qx "$import" <<<"$imports" || report "$import is not called by its platform name"
+done
+
+[ $failures = 0 ] || exit 1
+echo "${#exports[@]} exports, as the map says"

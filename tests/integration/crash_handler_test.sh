@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# The example crash handler, inside a device: crash_handler_test.sh BUILD-FOLDER
+set -euo pipefail
+
+build=$1
+handler=$build/examples/crash_handler
+victim=$build/examples/victim
+
+fail() {
+  echo "FAILED: $1"
+  exit 1
+}
+
+crash() { # crash NAME WAY PATTERN...: each pattern must be in the handler's words or in the record
+  local name=$1 way=$2 shown
+  shift 2
+  shown=$("$handler" --as "$name" "$victim" "$way" 2>/dev/null) || fail "$way: exit code $?"
+  shown+=$'\n'$("$build/host/devicectl" driver "$records")
+  records=$((records + 1))
+  for pattern in "$@"; do
+    grep -q -- "$pattern" <<<"$shown" || fail "$way: no '$pattern' in: $shown"
+  done
+}
+
+records=0
+crash /system/bin/a segv '^/system/bin/a crashed: pid [0-9]*, signal 11, code 1, fault address 0xdead0$' \
+  'process_name  "/system/bin/a"' 'flags         0x20003611f' \
+  'detail        "code 1, fault address 0xdead0"'
+crash b abort 'signal 6, code -6$' 'process_name  "b"' 'flags         0x3611f' 'detail        "code -6"'
+crash system_server abort-by-kernel 'signal 6, code 128$' 'flags         0x3651f'
+
+"$handler" /bin/true 2>/dev/null && fail 'a program that does not crash is no success'
+"$handler" /no/such/program 2>/dev/null && fail 'a missing program is no success'
+code=0
+"$handler" 2>/dev/null || code=$?
+[ $code = 2 ] || fail "no program: exit code $code"
+[ "$("$build/host/devicectl" driver "$records")" = "" ] || fail 'a record without a crash'
+echo 'the crash handler reports real crashes'

@@ -1,0 +1,107 @@
+#!/usr/bin/env bash
+# scripts/device from the outside: device_test.sh DEVICE-SCRIPT BUILD-FOLDER
+set -euo pipefail
+
+script=$1 build=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+failures=0
+
+device() { "$script" --build "$build" "$@"; }
+in_root() { device --root "$work/root" "$@"; }
+devicectl() { in_root "$build/host/devicectl" "$@"; }
+
+expect() { # expect WHAT EXPECTED ACTUAL
+  [ "$2" = "$3" ] && return
+  printf 'FAILED: %s\n  expected: %s\n  actual:   %s\n' "$1" "$2" "$3"
+  failures=$((failures + 1))
+}
+
+expect_match() { # expect_match WHAT PATTERN ACTUAL
+  # shellcheck disable=SC2053  # A pattern, on purpose.
+  [[ $3 == $2 ]] || expect "$1" "$2" "$3"
+}
+
+status() { # status COMMAND...: prints its exit code
+  local code=0
+  "$@" >/dev/null 2>&1 || code=$?
+  echo "$code"
+}
+
+expect 'every path is in place' ok "$(device --temporary sh -c '
+  [ -d /data/syslog/monitor ] && [ -w /data/syslog/monitor ] && [ -d /data/syslog/settings ] &&
+  [ -p /dev/stabd ] && [ "$(cat /proc/sys/kernel/coredump_trim_flag)" = 0 ] &&
+  [ -w /proc/sys/kernel/coredump_disable ] && [ -c /dev/full ] && [ -c /dev/null ] && echo ok')"
+expect 'the working directory stays' "$PWD" "$(device --temporary pwd)"
+expect 'arguments arrive as they are' '[a b][][*]' "$(device --temporary printf '[%s]' 'a b' '' '*')"
+
+expect 'exit code of the command' 7 "$(status device --temporary sh -c 'exit 7')"
+expect 'exit code of a killed command' 139 "$(status device --temporary sh -c 'kill -SEGV $$')"
+expect 'exit code of a missing command' 127 "$(status device --temporary /no/such/command)"
+
+# State between calls.
+in_root sh -c 'echo kept >/data/syslog/monitor/file; echo 1 >/proc/sys/kernel/coredump_trim_flag'
+for name in sys.a persist.a ro.a; do devicectl setprop $name "value of $name"; done
+in_root "$build/examples/system_killed" 6 1 2>/dev/null
+in_root "$build/examples/system_killed" 6 2 2>/dev/null
+expect 'files are kept' kept "$(in_root cat /data/syslog/monitor/file)"
+expect 'kernel switches are kept' 1 "$(in_root cat /proc/sys/kernel/coredump_trim_flag)"
+expect 'properties are kept' 'value of sys.a' "$(devicectl getprop sys.a)"
+expect 'driver records are kept' 2 "$(devicectl driver | grep -c '^driver record')"
+expect 'driver records are listed from an index on' 'driver record 1: 136 bytes' \
+  "$(devicectl driver 1 | head -n 1)"
+expect 'events are kept' 2 "$(devicectl events | grep -c '^event')"
+expect_match 'events are decoded' '*event_type    4*process_name  "zygote"*pid           2*' \
+  "$(devicectl events 1)"
+in_root rm /dev/stabd
+expect 'what the command removed stays removed' gone "$(in_root sh -c '[ -e /dev/stabd ] || echo gone')"
+
+in_root --reboot
+expect 'a reboot brings the driver back' back "$(in_root sh -c '[ -p /dev/stabd ] && echo back')"
+expect 'a reboot keeps files' kept "$(in_root cat /data/syslog/monitor/file)"
+expect 'a reboot clears other properties' '' "$(devicectl getprop sys.a)"
+expect 'a reboot keeps persist. properties' 'value of persist.a' "$(devicectl getprop persist.a)"
+expect 'a reboot keeps ro. properties' 'value of ro.a' "$(devicectl getprop ro.a)"
+expect 'a reboot clears kernel switches' 0 "$(in_root cat /proc/sys/kernel/coredump_trim_flag)"
+expect 'a reboot clears driver records' '' "$(devicectl driver)"
+expect 'a reboot clears events' '' "$(devicectl events)"
+expect 'a reboot goes with a command' '' "$(devicectl setprop sys.b 1
+  in_root --reboot "$build/host/devicectl" getprop sys.b)"
+
+expect 'a temporary root is fresh' '' "$(device --temporary "$build/host/devicectl" getprop persist.a)"
+mkdir "$work/tmp"
+TMPDIR=$work/tmp device --temporary true
+expect 'a temporary root is removed' '' "$(ls -A "$work/tmp")"
+
+# Records of a process that the command leaves behind its back are still there when it has ended.
+expect 'records of grandchildren' 1 "$(device --temporary sh -c \
+  "sh -c '$build/examples/system_killed 6 1' 2>/dev/null; $build/host/devicectl driver" |
+  grep -c '^driver record')"
+
+# Each failure is one clear line.
+expect_match 'unknown option' 'scripts/device: unknown option --nonsense*' \
+  "$(device --nonsense true 2>&1 || true)"
+expect 'unknown option, exit code' 125 "$(status device --nonsense true)"
+expect_match 'no command' 'scripts/device: no command*' "$(device 2>&1 || true)"
+expect_match 'stand-ins not built' "scripts/device: $work/host/devicectl is missing; build it: *" \
+  "$("$script" --build "$work" true 2>&1 || true)"
+
+mkdir "$work/bin"
+for tool in bash cat dirname realpath env; do ln -s "$(command -v $tool)" "$work/bin/$tool"; done
+expect 'no bubblewrap' \
+  'scripts/device: bubblewrap is missing; install it: apt-get install bubblewrap' \
+  "$(PATH=$work/bin device --temporary true 2>&1 || true)"
+printf '#!/bin/sh\necho "bwrap: No permissions to create new namespace" >&2\nexit 1\n' >"$work/bin/bwrap"
+chmod +x "$work/bin/bwrap"
+expect_match 'no namespaces' \
+  'scripts/device: this kernel refuses namespaces (bwrap: No permissions*);*sysctl*' \
+  "$(PATH=$work/bin device --temporary true 2>&1 || true)"
+expect 'no namespaces, exit code' 125 "$(PATH=$work/bin status device --temporary true)"
+
+expect 'devicectl without a verb' 2 "$(status "$build/host/devicectl")"
+expect 'devicectl with a bad index' 2 "$(status "$build/host/devicectl" driver x)"
+expect_match 'a refused property' 'devicectl: the property service refuses no name=1' \
+  "$(devicectl setprop 'no name' 1 2>&1 || true)"
+
+[ $failures = 0 ] || exit 1
+echo 'scripts/device behaves as described'

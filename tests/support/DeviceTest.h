@@ -1,0 +1,46 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "PlatformTrace.h"
+#include "records/EventBufferFile.h"
+
+/** A test in a device root that is as after its first boot, with the calls to the platform noted.
+ */
+class DeviceTest : public testing::Test {
+  protected:
+    static constexpr char kTrimFlagNode[] = "/proc/sys/kernel/coredump_trim_flag";
+    static constexpr char kCoredumpDisableNode[] = "/proc/sys/kernel/coredump_disable";
+    static constexpr char kDriverNode[] = "/dev/stabd";
+
+    DeviceTest();
+    ~DeviceTest() override;
+
+    /** The value of a property, or "(unset)" for one that does not exist or is empty. */
+    static std::string property(const std::string& name);
+    static void setProperty(const std::string& name, const std::string& value);
+
+    /** Every record that reached the event buffer during this test. */
+    static std::vector<BufferedEvent> events() { return readEventBuffer(); }
+};
+
+/** The whole content of a file, or "(none)" when there is no such file. */
+std::string contentOf(const std::string& path);
+
+/** Replaces a file's content, or makes the file. */
+void writeContent(const std::string& path, const std::string& content);
+
+/** How many descriptors of this process lead to path. */
+int openDescriptorsTo(const std::string& path);
+
+/** Bytes from their hex digits; blanks between them are ignored. */
+std::string bytesOf(const std::string& hex);
+
+/** Leaves bytes other than zero where the next call's locals will be. */
+void dirtyStack();
+
+/** Wall clock, milliseconds since the Unix epoch. */
+int64_t nowMs();

@@ -1,0 +1,142 @@
+#include "PlatformTrace.h"
+
+#include <android/log.h>
+#include <cutils/properties.h>
+#include <dlfcn.h>
+#include <stdarg.h>
+#include <stdio.h>
+
+#include <atomic>
+#include <mutex>
+#include <ostream>
+
+#include "internal/SysEventsBuffer.h"
+
+namespace {
+
+struct Trace {
+    std::mutex mutex;
+    std::vector<LogLine> lines;
+    std::vector<std::string> calls;
+    std::function<void(const std::string&)> observer;
+    std::atomic<const void*> lastPayload = nullptr;
+};
+
+Trace& trace() {
+    static Trace* const trace = new Trace;  // Outlives whatever still reports at exit.
+    return *trace;
+}
+
+void note(const std::string& call) {
+    std::function<void(const std::string&)> observer;
+    {
+        const std::lock_guard lock(trace().mutex);
+        trace().calls.push_back(call);
+        observer = trace().observer;
+    }
+    if (observer) observer(call);
+}
+
+/** True while a platform function of ours is at work: what it calls itself is not the library's. */
+thread_local bool inside = false;
+
+/** Notes a call and passes it on to the library that would have got it. */
+template <typename Function, typename... Arguments>
+auto passOn(const char* symbol, const std::string& call, Arguments... arguments) {
+    if (!inside) note(call);
+    const auto next = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, symbol));
+    const bool outer = inside;
+    inside = true;
+    const auto result = next(arguments...);
+    inside = outer;
+    return result;
+}
+
+std::string format(const char* pattern, va_list arguments) {
+    va_list copy;
+    va_copy(copy, arguments);
+    std::string text(static_cast<size_t>(vsnprintf(nullptr, 0, pattern, copy)) + 1, '\0');
+    va_end(copy);
+    vsnprintf(text.data(), text.size(), pattern, arguments);
+    text.pop_back();
+    return text;
+}
+
+}  // namespace
+
+void PrintTo(const LogLine& line, std::ostream* out) {
+    *out << line.priority << ' ' << line.tag << ": " << line.text;
+}
+
+void resetTrace() {
+    const std::lock_guard lock(trace().mutex);
+    trace().lines.clear();
+    trace().calls.clear();
+    trace().observer = nullptr;
+}
+
+std::vector<LogLine> logLines() {
+    const std::lock_guard lock(trace().mutex);
+    return trace().lines;
+}
+
+std::vector<std::string> calls() {
+    const std::lock_guard lock(trace().mutex);
+    return trace().calls;
+}
+
+void observeCalls(std::function<void(const std::string&)> observer) {
+    const std::lock_guard lock(trace().mutex);
+    trace().observer = std::move(observer);
+}
+
+const void* lastPayloadPointer() {
+    return trace().lastPayload;
+}
+
+int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
+    va_list arguments;
+    va_start(arguments, fmt);
+    const LogLine line = {prio, tag, format(fmt, arguments)};
+    va_end(arguments);
+    {
+        const std::lock_guard lock(trace().mutex);
+        trace().lines.push_back(line);
+    }
+    note("log " + std::to_string(prio) + " " + line.text);
+    return 1;
+}
+
+int property_get(const char* key, char* value, const char* default_value) {
+    return passOn<decltype(property_get)>(
+        "property_get", std::string("property_get ") + key + " default " + default_value, key,
+        value, default_value);
+}
+
+int32_t property_get_int32(const char* key, int32_t default_value) {
+    return passOn<decltype(property_get_int32)>(
+        "property_get_int32",
+        std::string("property_get_int32 ") + key + " default " + std::to_string(default_value), key,
+        default_value);
+}
+
+int property_set(const char* key, const char* value) {
+    return passOn<decltype(property_set)>(
+        "property_set", std::string("property_set ") + key + " " + value, key, value);
+}
+
+int __android_sysevents_buf_writes(long timeMs, int eventId, const unsigned char* payload,
+                                   int payloadLength) {
+    trace().lastPayload = payload;
+    return passOn<decltype(__android_sysevents_buf_writes)>(
+        "_Z30__android_sysevents_buf_writesliPKhi", "writes " + std::to_string(eventId), timeMs,
+        eventId, payload, payloadLength);
+}
+
+int __android_sysevents_buf_single_file_writes(long timeMs, int eventId,
+                                               const unsigned char* payload, int payloadLength) {
+    trace().lastPayload = payload;
+    return passOn<decltype(__android_sysevents_buf_single_file_writes)>(
+        "_Z42__android_sysevents_buf_single_file_writesliPKhi",
+        "single_file_writes " + std::to_string(eventId), timeMs, eventId, payload, payloadLength);
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+// What the library asked of the platform, in order. A test program that links this stands between
+// the library and liblog, the property service and the event buffer: each call is noted and, but
+// for log lines, passed on. Safe under any number of threads.
+
+struct LogLine {
+    int priority;
+    std::string tag;
+    std::string text;  // The whole of it: liblog would cut it.
+
+    bool operator==(const LogLine&) const = default;
+};
+
+void PrintTo(const LogLine& line, std::ostream* out);
+
+/** Forgets everything noted so far, and the observer. */
+void resetTrace();
+
+std::vector<LogLine> logLines();
+
+/**
+ * The calls in order, one text each:
+ *
+ *     log 4 <text>
+ *     property_get <name> default <value>
+ *     property_get_int32 <name> default <value>
+ *     property_set <name> <value>
+ *     writes <event id>, single_file_writes <event id>
+ */
+std::vector<std::string> calls();
+
+/** Calls observer on the caller's thread as each call arrives, before it is passed on. */
+void observeCalls(std::function<void(const std::string& call)> observer);
+
+/** The buffer that the latest event buffer call passed; only to be compared, never to be read. */
+const void* lastPayloadPointer();
