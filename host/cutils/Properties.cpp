@@ -24,10 +24,7 @@ bool isNameCharacter(char c) {
 bool isLegalName(std::string_view name) {
     if (name.empty() || name.front() == '.' || name.back() == '.') return false;
     if (name.find("..") != std::string_view::npos) return false;
-    for (char c : name) {
-        if (!isNameCharacter(c)) return false;
-    }
-    return true;
+    return std::ranges::all_of(name, isNameCharacter);
 }
 
 }  // namespace

@@ -14,10 +14,10 @@
 
 namespace {
 
-const std::string kArea = "/dev/__properties__/";
+constexpr char kArea[] = "/dev/__properties__/";
 
 bool hasDeviceRoot() {
-    static const bool has = access(kArea.c_str(), F_OK) == 0;
+    static const bool has = access(kArea, F_OK) == 0;
     return has;
 }
 
@@ -34,7 +34,7 @@ ProcessArea& processArea() {
 /** Writes a file of its own beside the values; its name begins with a dot, as no property's does.
  */
 std::string writeTemporary(std::string_view value) {
-    std::string path = kArea + ".set.XXXXXX";
+    std::string path = std::string(kArea) + ".set.XXXXXX";
     const ScopedFd file(mkstemp(path.data()));
     if (!file.valid()) return "";
     const bool written =
@@ -47,7 +47,7 @@ std::string writeTemporary(std::string_view value) {
 bool writeFile(const std::string& name, std::string_view value, bool once) {
     const std::string temporary = writeTemporary(value);
     if (temporary.empty()) return false;
-    const std::string path = kArea + name;
+    const std::string path = std::string(kArea) + name;
     // rename() replaces a value at once, link() refuses to replace one.
     const bool stored = once ? link(temporary.c_str(), path.c_str()) == 0
                              : rename(temporary.c_str(), path.c_str()) == 0;
@@ -59,7 +59,7 @@ bool writeFile(const std::string& name, std::string_view value, bool once) {
 
 std::string readProperty(const std::string& name) {
     if (hasDeviceRoot()) {
-        std::ifstream file(kArea + name, std::ios::binary);
+        std::ifstream file(std::string(kArea) + name, std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
     }
     const std::lock_guard lock(processArea().mutex);

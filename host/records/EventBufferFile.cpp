@@ -60,7 +60,7 @@ int appendToEventBuffer(EventOperation operation, int64_t timeMs, int32_t eventI
     const iovec parts[] = {{const_cast<RecordHeader*>(&header), sizeof(header)},
                            {const_cast<char*>(payload.data()), payload.size()}};
     uint64_t end = readEnd(file.get());
-    const ssize_t expected = static_cast<ssize_t>(sizeof(header) + payload.size());
+    const auto expected = static_cast<ssize_t>(sizeof(header) + payload.size());
     const ssize_t written = pwritev(file.get(), parts, 2, static_cast<off_t>(end));
     if (written != expected) return written < 0 ? -errno : -ENOSPC;
 
