@@ -9,6 +9,8 @@
 #include <unistd.h>
 #include <wardline/StabNotify.h>
 
+#include <deque>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,13 +21,20 @@ namespace {
 
 constexpr char kNode[] = "/dev/stabd";
 
+/** What a call is to answer in place of the kernel. */
+struct Answer {
+    ssize_t result;
+    int error = 0;  // errno afterwards.
+};
+
 struct DriverCalls {
     bool watched = false;
     std::vector<std::string> calls;
     int node = -1;
-    int interruptions = 0;  // How many writes are yet to fail with EINTR.
-    int writeError = 0;     // What the write after those fails with, if it is to fail.
-    int closeError = 0;     // What close() fails with, after it has closed, if it is to fail.
+    // Taken in order, one a call; the kernel answers when there are no more.
+    std::deque<Answer> opens;
+    std::deque<Answer> writes;
+    int closeError = 0;  // What close() fails with, after it has closed, if it is to fail.
 };
 
 DriverCalls driver;
@@ -37,6 +46,11 @@ class StabDriverCalls : public DeviceTest {
         driver.watched = true;
     }
     ~StabDriverCalls() override { driver.watched = false; }
+
+    static std::vector<LogLine> driverError(int error) {
+        return {{6, "libwardline",
+                 "notify_stab_driver write bstabd driver error: " + std::to_string(error)}};
+    }
 
     DriverNode node_;
 };
@@ -61,8 +75,17 @@ TEST_F(StabDriverCalls, AreTheSameForEveryNotification) {
     EXPECT_EQ(three, driver.calls);
 }
 
+TEST_F(StabDriverCalls, DoNotRepeatAnInterruptedOpen) {
+    driver.opens = {{-1, EINTR}};
+
+    notify_extra_log_finish(1);
+
+    EXPECT_EQ((std::vector<std::string>{kOpen}), driver.calls);
+    EXPECT_EQ(driverError(EINTR), logLines());
+}
+
 TEST_F(StabDriverCalls, RepeatAnInterruptedWriteWithoutLimitOnTheSameDescriptor) {
-    driver.interruptions = 10000;
+    driver.writes = std::deque<Answer>(10000, {-1, EINTR});
 
     notify_extra_log_finish(1);
 
@@ -73,21 +96,44 @@ TEST_F(StabDriverCalls, RepeatAnInterruptedWriteWithoutLimitOnTheSameDescriptor)
     EXPECT_EQ(std::vector<LogLine>(), logLines());
 }
 
+TEST_F(StabDriverCalls, DoNotRepeatAWriteThatFailsOtherwise) {
+    for (int error : {EAGAIN, EIO, ENODEV, EINVAL, ENOMEM, EBADF, EPIPE}) {
+        driver.calls.clear();
+        driver.writes = {{-1, error}};
+        resetTrace();
+
+        notify_extra_log_finish(1);
+
+        EXPECT_EQ((std::vector<std::string>{kOpen, "write 136", "close"}), driver.calls);
+        EXPECT_EQ(driverError(error), logLines());
+    }
+    EXPECT_EQ(0u, node_.drain().size());
+}
+
+TEST_F(StabDriverCalls, DoNotRepeatAWriteThatTakesFewerBytes) {
+    for (ssize_t taken : {0, 1, 135}) {
+        driver.calls.clear();
+        driver.writes = {{taken}};
+
+        notify_extra_log_finish(1);
+
+        EXPECT_EQ((std::vector<std::string>{kOpen, "write 136", "close"}), driver.calls);
+    }
+    EXPECT_EQ(std::vector<LogLine>(), logLines());
+}
+
 TEST_F(StabDriverCalls, EndWithAnErrorThatFollowsAnInterruption) {
-    driver.interruptions = 2;
-    driver.writeError = ENODEV;
+    driver.writes = {{-1, EINTR}, {-1, EINTR}, {-1, ENODEV}};
 
     notify_extra_log_finish(1);
 
     EXPECT_EQ((std::vector<std::string>{kOpen, "write 136", "write 136", "write 136", "close"}),
               driver.calls);
-    EXPECT_EQ((std::vector<LogLine>{
-                  {6, "libwardline", "notify_stab_driver write bstabd driver error: 19"}}),
-              logLines());
+    EXPECT_EQ(driverError(ENODEV), logLines());
 }
 
 TEST_F(StabDriverCalls, CloseTheNodeBeforeTheErrorIsLogged) {
-    driver.writeError = ENODEV;
+    driver.writes = {{-1, ENODEV}};
     std::vector<std::string> callsAtLog;
     observeCalls([&](const std::string&) { callsAtLog = driver.calls; });
 
@@ -97,14 +143,12 @@ TEST_F(StabDriverCalls, CloseTheNodeBeforeTheErrorIsLogged) {
 }
 
 TEST_F(StabDriverCalls, LogErrnoAsCloseLeavesIt) {
-    driver.writeError = ENODEV;
+    driver.writes = {{-1, ENODEV}};
     driver.closeError = EIO;
 
     notify_extra_log_finish(1);
 
-    EXPECT_EQ((std::vector<LogLine>{
-                  {6, "libwardline", "notify_stab_driver write bstabd driver error: 5"}}),
-              logLines());
+    EXPECT_EQ(driverError(EIO), logLines());
 }
 
 TEST_F(StabDriverCalls, LogNothingWhenOnlyCloseFails) {
@@ -121,6 +165,18 @@ Function* next(const char* symbol) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, symbol));
 }
 
+std::optional<Answer> take(std::deque<Answer>& answers) {
+    if (answers.empty()) return std::nullopt;
+    const Answer answer = answers.front();
+    answers.pop_front();
+    return answer;
+}
+
+ssize_t give(const Answer& answer) {
+    errno = answer.error;
+    return answer.result;
+}
+
 }  // namespace
 
 int open(const char* path, int flags, ...) {
@@ -129,24 +185,18 @@ int open(const char* path, int flags, ...) {
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
     static const auto nextOpen = next<int(const char*, int, ...)>("open");
-    const int fd = nextOpen(path, flags, mode);
-    if (driver.watched && std::string(path) == kNode) {
-        driver.calls.push_back("open " + std::to_string(flags));
-        driver.node = fd;
-    }
-    return fd;
+    if (!driver.watched || std::string(path) != kNode) return nextOpen(path, flags, mode);
+    driver.calls.push_back("open " + std::to_string(flags));
+    if (const auto answer = take(driver.opens)) return static_cast<int>(give(*answer));
+    return driver.node = nextOpen(path, flags, mode);
 }
 
 ssize_t write(int fd, const void* bytes, size_t count) {
     static const auto nextWrite = next<ssize_t(int, const void*, size_t)>("write");
     if (!driver.watched || fd != driver.node) return nextWrite(fd, bytes, count);
     driver.calls.push_back("write " + std::to_string(count));
-    errno = driver.interruptions > 0 ? EINTR : driver.writeError;
-    if (driver.interruptions > 0) {
-        --driver.interruptions;
-        return -1;
-    }
-    return driver.writeError != 0 ? -1 : nextWrite(fd, bytes, count);
+    if (const auto answer = take(driver.writes)) return give(*answer);
+    return nextWrite(fd, bytes, count);
 }
 
 int close(int fd) {
