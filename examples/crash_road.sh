@@ -5,10 +5,10 @@
 #   scripts/device --temporary examples/crash_road.sh build/host
 set -Eeuo pipefail
 
-cd "$1"  # Relative paths from here on: LD_PRELOAD takes no path with blanks.
-handler=./examples/crash_handler
-victim=./examples/victim
-devicectl=./host/devicectl
+build=$1
+handler=$build/examples/crash_handler
+victim=$build/examples/victim
+devicectl=$build/host/devicectl
 kernel=/proc/sys/kernel
 records=0  # How many driver records, and as many events, have been shown.
 
@@ -21,11 +21,11 @@ trap 'fail "a step failed: $BASH_COMMAND"' ERR
 title() { printf '\n==== %s\n' "$1"; }
 section() { printf '\n%s\n' "-- $1"; }
 
-# Runs a command with the library's log lines as logcat would show them.
+# Runs a command and shows its words and the library's log lines.
 with_log() {
   local text
   section "log"
-  text=$(LD_PRELOAD=./host/liblogcat_format.so "$@" 2>&1) || fail "$* failed: $text"
+  text=$("$@" 2>&1) || fail "$* failed: $text"
   echo "${text:-none}"
 }
 
@@ -73,7 +73,7 @@ crash() { # crash NAME WAY EXPECTED-SWITCH EXPECTED-LATCH
 }
 
 killed() { # killed CAUSE EXPECTED-RECORDS EXPECTED-LATCH
-  with_log ./examples/system_killed "$1" 1000
+  with_log "$build/examples/system_killed" "$1" 1000
   show_records "$2"
   show_latch "$3"
 }

@@ -1,4 +1,4 @@
-// Preloaded into a command, makes liblog print as logcat does on a device:
+// Linked to a program, makes liblog print as logcat does on a device:
 //
 //     month-day hour:minute:second.millisecond  pid  tid priority tag: text
 
