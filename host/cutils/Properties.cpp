@@ -1,3 +1,4 @@
+#include <ctype.h>
 #include <cutils/properties.h>
 #include <errno.h>
 #include <inttypes.h>
@@ -49,7 +50,8 @@ int32_t property_get_int32(const char* key, int32_t default_value) {
     const bool fits = errno != ERANGE && number >= std::numeric_limits<int32_t>::min() &&
                       number <= std::numeric_limits<int32_t>::max();
     errno = savedErrno;
-    return end != value && fits ? static_cast<int32_t>(number) : default_value;
+    const bool isInteger = end != value && std::all_of(end, value + strlen(value), isspace);
+    return isInteger && fits ? static_cast<int32_t>(number) : default_value;
 }
 
 int property_set(const char* key, const char* value) {

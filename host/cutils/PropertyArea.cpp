@@ -31,8 +31,7 @@ ProcessArea& processArea() {
     return area;
 }
 
-/** Writes a file of its own beside the values; its name begins with a dot, as no property's does.
- */
+/** Writes a file beside the values; its name begins with a dot, as no property's does. */
 std::string writeTemporary(std::string_view value) {
     std::string path = std::string(kArea) + ".set.XXXXXX";
     const ScopedFd file(mkstemp(path.data()));

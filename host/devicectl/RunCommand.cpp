@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <stdio.h>
 #include <string.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -17,7 +18,10 @@ namespace {
 constexpr int kCannotStart = 127;
 constexpr int kSignalBase = 128;
 
-[[noreturn]] void execCommand(char** command) {
+[[noreturn]] void execCommand(char** command, pid_t parent) {
+    // Nobody would collect the driver's records any more.
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent) _exit(kCannotStart);
     signal(SIGINT, SIG_DFL);
     signal(SIGQUIT, SIG_DFL);
     execvp(command[0], command);
@@ -28,12 +32,13 @@ constexpr int kSignalBase = 128;
 /** Collects driver records until the child has ended, and those that it left. */
 void serveDriver(int node, pid_t child) {
     const ScopedFd ended(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
+    if (!ended.valid()) return perror("devicectl: driver records are not kept");
     pollfd waits[] = {{ended.get(), POLLIN, 0}, {node, POLLIN, 0}};
     bool stored = true;
     while ((waits[0].revents & POLLIN) == 0) {
         if (poll(waits, 2, -1) < 0) continue;  // EINTR
         if (!collectDriverRecords(node) && stored) {
-            perror("devicectl: driver records are lost: cannot store them");
+            fputs("devicectl: driver records are lost: cannot write /dev/stabd.records\n", stderr);
             stored = false;
         }
     }
@@ -46,8 +51,9 @@ int runCommand(char** command) {
     signal(SIGINT, SIG_IGN);
     signal(SIGQUIT, SIG_IGN);
     const ScopedFd node(openDriverNode());
+    const pid_t parent = getpid();
     const pid_t child = fork();
-    if (child == 0) execCommand(command);
+    if (child == 0) execCommand(command, parent);
     if (child < 0) {
         perror("devicectl: cannot start a process");
         return kCannotStart;

@@ -22,13 +22,15 @@ int openRecordsFile() {
     return file;
 }
 
+/** Empties the node also when the file takes nothing: its writers must not be blocked. */
 bool moveRecords(int node, int file) {
     stab_notify_record records[kRecordsPerRead];
+    bool stored = true;
     ssize_t count;
     while ((count = read(node, records, sizeof(records))) > 0) {
-        if (write(file, records, static_cast<size_t>(count)) != count) return false;
+        stored = write(file, records, static_cast<size_t>(count)) == count && stored;
     }
-    return true;
+    return stored;
 }
 
 }  // namespace
@@ -44,7 +46,7 @@ bool collectDriverRecords(int node) {
     // Records leave the node only under this lock: whoever holds it and finds the node empty knows
     // that the file is complete.
     const ScopedFd file(openRecordsFile());
-    return file.valid() && moveRecords(node, file.get());
+    return moveRecords(node, file.get());
 }
 
 std::vector<stab_notify_record> listDriverRecords() {

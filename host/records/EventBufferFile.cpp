@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <sys/uio.h>
 
 #include <algorithm>
@@ -30,9 +31,14 @@ int openLocked(int flags, int lock) {
     return file;
 }
 
+/** Where the records end; a damaged mark counts as no records at all. */
 uint64_t readEnd(int file) {
     uint64_t end = 0;
-    return pread(file, &end, sizeof(end), 0) == sizeof(end) ? end : sizeof(end);
+    struct stat status;
+    const bool marked = pread(file, &end, sizeof(end), 0) == sizeof(end) &&
+                        fstat(file, &status) == 0 && end >= sizeof(end) &&
+                        end <= static_cast<uint64_t>(status.st_size);
+    return marked ? end : sizeof(end);
 }
 
 /** The bytes between the end mark and the end that it names. */

@@ -32,7 +32,7 @@ TEST(DriverRecords, AreNotLostWhenTheyAreMoreThanTheNodeHolds) {
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([thread] {
             for (int i = 0; i < kReports; ++i)
-                notify_stab_block_logo(thread, i);
+                notify_extra_log_finish(thread * kReports + i);
         });
     }
     for (std::thread& thread : threads)
@@ -41,9 +41,9 @@ TEST(DriverRecords, AreNotLostWhenTheyAreMoreThanTheNodeHolds) {
     const auto records = listDriverRecords();
     std::vector<int> next(kThreads, 0);
     for (size_t i = before; i < records.size(); ++i) {
-        int words[2];
-        memcpy(words, &records[i], sizeof(words));
-        ASSERT_EQ(next.at(static_cast<size_t>(words[0]))++, words[1]);
+        ASSERT_EQ(10u, records[i].event_type);
+        const int thread = records[i].pid / kReports;
+        ASSERT_EQ(next.at(static_cast<size_t>(thread))++, records[i].pid % kReports);
     }
     EXPECT_EQ(std::vector<int>(kThreads, kReports), next);
 }

@@ -99,6 +99,19 @@ TEST_F(EventBuffer, RefusesARecordThatItCannotStoreAndStaysWhole) {
     EXPECT_EQ("after", events[1].payload);
 }
 
+TEST_F(EventBuffer, StartsAnewWhenItIsDamaged) {
+    for (const std::string& damage : {std::string(3, 'x'), std::string(8, '\0'),
+                                      std::string(8, '\xff'), std::string(100, 'x')}) {
+        std::ofstream("/dev/sysevents_buf", std::ios::trunc) << damage;
+        EXPECT_EQ(0u, readEventBuffer().size());
+
+        EXPECT_EQ(0, add(1, "after"));
+
+        ASSERT_EQ(1u, readEventBuffer().size());
+        EXPECT_EQ("after", readEventBuffer()[0].payload);
+    }
+}
+
 TEST_F(EventBuffer, LosesAndMixesUpNothingUnderManyProcesses) {
     constexpr int kProcesses = 8;
     constexpr int kRecords = 500;

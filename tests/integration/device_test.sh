@@ -22,6 +22,12 @@ expect_match() { # expect_match WHAT PATTERN ACTUAL
   [[ $3 == $2 ]] || expect "$1" "$2" "$3"
 }
 
+expect_end() { # expect_end WHAT EXPECTED-CODE PID: waits for a process that this script started
+  local code=0
+  wait "$3" 2>/dev/null || code=$?
+  expect "$1" "$2" "$code"
+}
+
 status() { # status COMMAND...: prints its exit code
   local code=0
   "$@" >/dev/null 2>&1 || code=$?
@@ -73,9 +79,8 @@ mkdir "$work/tmp"
 TMPDIR=$work/tmp device --temporary true
 expect 'a temporary root is removed' '' "$(ls -A "$work/tmp")"
 
-# Records of a process that the command leaves behind its back are still there when it has ended.
-expect 'records of grandchildren' 1 "$(device --temporary sh -c \
-  "sh -c '$build/examples/system_killed 6 1' 2>/dev/null; $build/host/devicectl driver" |
+expect 'records are listed while the command runs' 1 "$(device --temporary sh -c \
+  '"$0/examples/system_killed" 6 1 2>/dev/null; "$0/host/devicectl" driver' "$build" |
   grep -c '^driver record')"
 
 # Each failure is one clear line.
@@ -95,13 +100,53 @@ printf '#!/bin/sh\necho "bwrap: No permissions to create new namespace" >&2\nexi
 chmod +x "$work/bin/bwrap"
 expect_match 'no namespaces' \
   'scripts/device: this kernel refuses namespaces (bwrap: No permissions*);*sysctl*' \
-  "$(PATH=$work/bin device --temporary true 2>&1 || true)"
-expect 'no namespaces, exit code' 125 "$(PATH=$work/bin status device --temporary true)"
+  "$(PATH=$work/bin:$PATH device --temporary true 2>&1 || true)"
+expect 'no namespaces, exit code' 125 "$(PATH=$work/bin:$PATH status device --temporary true)"
 
 expect 'devicectl without a verb' 2 "$(status "$build/host/devicectl")"
 expect 'devicectl with a bad index' 2 "$(status "$build/host/devicectl" driver x)"
 expect_match 'a refused property' 'devicectl: the property service refuses no name=1' \
   "$(devicectl setprop 'no name' 1 2>&1 || true)"
+
+# Calls that share a root, and calls that are killed.
+for round in 1 2 3 4 5; do
+  shared=$work/shared$round
+  for _ in 1 2 3 4; do device --root "$shared" sh -c '[ -p /dev/stabd ]' & done
+  for job in $(jobs -p); do expect_end 'first calls at once on one root' 0 "$job"; done
+done
+
+mkdir -p "$work/half/proc"
+expect 'a root that was half made is made whole' whole \
+  "$(device --root "$work/half" sh -c '[ -p /dev/stabd ] && echo whole')"
+in_root rm -rf /dev/__properties__
+in_root --reboot
+expect 'a reboot brings the property area back' 1 "$(devicectl setprop sys.a 1; devicectl getprop sys.a)"
+
+# A command that tells when it is up, waits to be let go, and whose end shows as the end of a FIFO.
+mkfifo "$work/started" "$work/go" "$work/ended"
+waiting='exec 3>"$0/ended"; echo up >"$0/started"; read -r _ <"$0/go"'
+start_waiting() { # start_waiting OPTION...: leaves the script's pid in $script_pid
+  "$script" --build "$build" "$@" sh -c "$waiting" "$work" &
+  script_pid=$!
+  timeout 60 cat "$work/ended" &
+  ended_pid=$!
+  read -r _ <"$work/started"
+}
+
+start_waiting --root "$work/root"
+expect_match 'no reboot while a command runs' \
+  'scripts/device: a command runs in *; it cannot reboot now' "$(in_root --reboot 2>&1 || true)"
+expect 'a second command while one runs' 0 "$(status in_root true)"
+echo >"$work/go"
+expect_end 'the waiting command ends well' 0 $script_pid
+
+for signal in TERM HUP KILL; do
+  TMPDIR=$work/tmp start_waiting --temporary
+  kill -$signal $script_pid
+  expect_end "exit code after $signal" $((128 + $(kill -l $signal))) $script_pid
+  expect_end "the command ends with the script, $signal" 0 $ended_pid
+  [ $signal = KILL ] || expect "the temporary root is removed, $signal" '' "$(ls -A "$work/tmp")"
+done
 
 [ $failures = 0 ] || exit 1
 echo 'scripts/device behaves as described'

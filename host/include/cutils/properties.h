@@ -23,17 +23,18 @@ extern "C" {
 int property_get(const char* key, char* value, const char* default_value);
 
 /*
- * The value as an integer, converted as strtoimax does with base 0: leading white space, a sign,
- * 0x and 0 prefixes, and the longest run of digits; what follows them is ignored. Gives
- * default_value when there are no digits or the number does not fit.
+ * The value as an integer: a sign, a 0x (hexadecimal) or 0 (octal) prefix and digits, with white
+ * space around them. Gives default_value for anything else and for a number that does not fit.
  */
 int32_t property_get_int32(const char* key, int32_t default_value);
 
 /*
- * Sets key to value; a null value is the empty one. Returns 0, or a negative number when the name
- * is no legal one (letters, digits and ".-_@:", no dot at either end, no two dots in a row) or
- * longer than 255 bytes, the value is longer than 91 bytes, the name begins with "ro." and has a
- * value already, or the value cannot be stored.
+ * Sets key to value; a null value is the empty one. Returns 0, or a negative number when
+ *  - the name is no legal one (letters, digits and ".-_@:", no dot at either end, no two dots in a
+ *    row), or longer than 255 bytes in a device root;
+ *  - the value is longer than 91 bytes;
+ *  - the name begins with "ro." and the property exists already;
+ *  - the value cannot be stored.
  */
 int property_set(const char* key, const char* value);
 
