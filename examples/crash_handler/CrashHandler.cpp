@@ -6,6 +6,7 @@
 // NAME becomes the program's argv[0], and with that the name that it is reported under. The exit
 // code is 0 when the program crashed and was reported, else 1.
 
+#include <fcntl.h>
 #include <signal.h>
 #include <stdio.h>
 #include <string.h>
@@ -16,6 +17,7 @@
 
 #include <fstream>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -27,9 +29,22 @@ std::string processName(pid_t pid) {
     return name;
 }
 
+/** True when the process has a handler of its own for the signal. */
+bool isHandled(pid_t pid, int signo) {
+    constexpr std::string_view kLabel = "SigCgt:";
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    for (std::string line; std::getline(status, line);) {
+        if (!line.starts_with(kLabel)) continue;
+        const unsigned long handled = std::stoul(line.substr(kLabel.size()), nullptr, 16);
+        return (handled >> (signo - 1) & 1) != 0;
+    }
+    return false;
+}
+
 /** The signals that a program's own mistake at a memory address or an instruction raises. */
 bool isFault(int signo) {
-    return signo == SIGBUS || signo == SIGFPE || signo == SIGILL || signo == SIGSEGV;
+    return signo == SIGBUS || signo == SIGFPE || signo == SIGILL || signo == SIGSEGV ||
+           signo == SIGTRAP;
 }
 
 bool isCrash(int signo) {
@@ -56,34 +71,50 @@ void reportCrash(pid_t pid, const siginfo_t& info) {
     notify_stab_ne(name.c_str(), pid, info.si_signo, info.si_code, detail.c_str());
 }
 
-/** Lets the child run until it ends; returns true when it crashed on the way. */
-bool watch(pid_t child) {
+/** Lets the process and all its threads run until they end; returns true when it crashed. */
+bool watch(pid_t process) {
     bool crashed = false;
     int status = 0;
-    while (waitpid(child, &status, 0) == child && WIFSTOPPED(status)) {
-        siginfo_t info = {};
-        ptrace(PTRACE_GETSIGINFO, child, nullptr, &info);
-        if (isCrash(info.si_signo)) {
-            reportCrash(child, info);
+    for (pid_t thread; (thread = waitpid(-1, &status, __WALL)) > 0;) {
+        if (!WIFSTOPPED(status)) continue;
+        // Stops of ptrace's own, at exec and at the start of a thread, deliver no signal.
+        const bool isOwn = status >> 16 != 0;
+        const int signo = isOwn ? 0 : WSTOPSIG(status);
+        if (!crashed && isCrash(signo) && !isHandled(process, signo)) {
+            siginfo_t info = {};
+            ptrace(PTRACE_GETSIGINFO, thread, nullptr, &info);
+            reportCrash(process, info);
             crashed = true;
         }
-        // The stop after exec is ptrace's own; every other signal is the child's to take.
-        const int signal = info.si_signo == SIGTRAP ? 0 : info.si_signo;
-        ptrace(PTRACE_CONT, child, nullptr, signal);
+        ptrace(PTRACE_CONT, thread, nullptr, signo);
     }
     return crashed;
 }
 
-/** Starts the program under ptrace, with name as its argv[0]. Returns its pid, or -1. */
-pid_t startTraced(char** program, char* name) {
-    const pid_t child = fork();
-    if (child != 0) return child;
+/** Waits for the other end of the pipe to be closed, then becomes the program. */
+[[noreturn]] void becomeProgram(const int (&gate)[2], char** program, char* name) {
+    char unused;
+    close(gate[1]);
+    if (read(gate[0], &unused, sizeof(unused)) != 0) _exit(127);
     const char* const path = program[0];
     program[0] = name;
-    ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
     execv(path, program);
     perror(path);
     _exit(127);
+}
+
+/** Starts the program under ptrace, with name as its argv[0]. Returns its pid, or -1 and errno. */
+pid_t startTraced(char** program, char* name) {
+    int gate[2];
+    if (pipe2(gate, O_CLOEXEC) != 0) return -1;
+    const pid_t child = fork();
+    if (child == 0) becomeProgram(gate, program, name);
+    constexpr long kOptions = PTRACE_O_EXITKILL | PTRACE_O_TRACECLONE | PTRACE_O_TRACEEXEC;
+    const bool traced = child > 0 && ptrace(PTRACE_SEIZE, child, nullptr, kOptions) == 0;
+    if (child > 0 && !traced) kill(child, SIGKILL);
+    close(gate[0]);
+    close(gate[1]);
+    return traced ? child : -1;
 }
 
 }  // namespace
@@ -98,7 +129,7 @@ int main(int argc, char** argv) {
 
     const pid_t child = startTraced(program, isNamed ? argv[2] : program[0]);
     if (child < 0) {
-        perror("crash_handler: fork");
+        perror("crash_handler: cannot trace a process");
         return 1;
     }
     if (watch(child)) return 0;

@@ -1,8 +1,11 @@
 // Crashes in the way that its argument names:
 //
 //     victim segv             reads through a bad pointer
+//     victim segv-in-thread   the same, in a second thread
+//     victim trap             raises SIGTRAP
 //     victim abort            calls abort()
 //     victim abort-by-kernel  takes a SIGABRT that carries the kernel's signal code, 128
+//     victim handled          takes a SIGSEGV that it handles, and ends well
 
 #include <signal.h>
 #include <stdio.h>
@@ -12,6 +15,7 @@
 #include <unistd.h>
 
 #include <string_view>
+#include <thread>
 
 namespace {
 
@@ -36,8 +40,14 @@ int main(int argc, char** argv) {
 
     const std::string_view way = argc == 2 ? argv[1] : "";
     if (way == "segv") readThroughBadPointer();
+    if (way == "segv-in-thread") std::thread(readThroughBadPointer).join();
+    if (way == "trap") raise(SIGTRAP);
     if (way == "abort") abort();
     if (way == "abort-by-kernel") abortByKernelCode();
-    fprintf(stderr, "usage: victim segv|abort|abort-by-kernel\n");
+    if (way == "handled") {
+        signal(SIGSEGV, [](int) {});
+        return raise(SIGSEGV);
+    }
+    fprintf(stderr, "usage: victim segv|segv-in-thread|trap|abort|abort-by-kernel|handled\n");
     return 2;
 }
