@@ -21,19 +21,20 @@ namespace android {
  * Effects:
  *  - Trim mode 1 keeps one latch for each name: the system property "dumpstate.coredump." followed
  *    by the name with every '/' replaced by '-'. The first call for a name finds it unset (absent,
- * 0 or no number), sets it to "1" and answers true; later calls answer false, until reboot or until
- *    somebody resets it to "0". When the property service refuses the name (one that is too long,
- * or holds characters that it does not take), the latch stays unset and every call answers true.
+ *    0 or no number), sets it to "1" and answers true; later calls answer false, until reboot or
+ *    until somebody resets it to "0". When the property service refuses the name (one that is too
+ *    long, or holds characters that it does not take), the latch stays unset and every call answers
+ *    true.
  *  - Modes 1, 2 and 3 write the decision to /proc/sys/kernel/coredump_disable (1 no core dump, 0
  *    allowed) and log one INFO line, "enable coredump for %s" or "disable coredump for %s". Where
  *    that node cannot be opened neither happens; the latch is used up all the same.
  *  - Mode 0 and the veto touch nothing and log nothing: coredump_disable deliberately keeps the
- * value of the decision before.
+ *    value of the decision before.
  *
- * Errors, each answered with false and without any effect: a policy node that cannot be opened logs
- * "Failed to open sysctl node for read" at INFO (deliberately no ERROR: kernels without the node
- * are normal); one that holds no integer logs "error reading integer from coredump_trim_flag" at
- * ERROR. A refused property_set is ignored.
+ * Errors, each answered with false and without any effect:
+ *  - a policy node that cannot be opened logs "Failed to open sysctl node for read", deliberately at
+ *    INFO;
+ *  - one that holds no integer logs "error reading integer from coredump_trim_flag" at ERROR.
  *
  * Threads: any number at once; no lock, no state in the library. The latch is read and then set,
  * not atomically: two simultaneous crashes of one name may both be allowed. The kernel switch is

@@ -2,9 +2,9 @@
  * Notifications to the stability kernel driver, for native crash handlers and for whoever watches
  * system_server and zygote. Usable from C and from C++.
  *
- * Each call writes one record of 136 bytes to /dev/stabd, over a descriptor of its own that it
- * opens and closes. A write that a signal interrupts is repeated without limit; any other failure
- * to open or to write logs one ERROR line, "notify_stab_driver write bstabd driver error: %d" with
+ * A record is 136 bytes, written at once to /dev/stabd over a descriptor that is opened and closed
+ * for it alone. A write that a signal interrupts is repeated without limit; any other failure to
+ * open or to write logs one ERROR line, "notify_stab_driver write bstabd driver error: %d" with
  * errno, and changes nothing else: the caller is not told. A short write counts as success.
  *
  * All lines go to the Android log under the tag "libwardline".
@@ -35,7 +35,7 @@ extern "C" {
  * @param signo         signal number, as in siginfo_t::si_signo; not checked. 11 sets bit 33 of the
  *                      record's flags.
  * @param code          signal code, as in siginfo_t::si_code. Matters only as 128 with signo 6 and
- * a name that contains "system_server": the flags then carry bit 10.
+ *                      a name that contains "system_server": the flags then carry bit 10.
  * @param detail        free text for the driver, NUL-terminated, not null (not checked), may be
  *                      empty; read only. The record keeps its first 59 bytes.
  *
@@ -68,9 +68,11 @@ WARDLINE_EXPORT void notify_stab_ne(const char* process_name, int pid, int signo
  *              "notify_stab_system_killed invalid type: %d", and does nothing else.
  * @param pid   process id to report; not checked.
  *
- * Effects where the table says "reported": one INFO line, "notify_stab_system_killed notify type:
- * %d"; one driver record with event type 4; one stability event of type 4 with the current time,
- * whether or not the driver took its record.
+ * Effects where the table says "reported", in this order:
+ *  - one INFO line: "notify_stab_system_killed notify type: %d";
+ *  - one driver record with event type 4;
+ *  - one stability event of type 4 with the current time, whether or not the driver took its
+ *    record.
  *
  * Errors: none reported to the caller; see the head of this file.
  */

@@ -90,6 +90,7 @@ constexpr int kTrimVeto = 0x1000;
 bool readTrimFlag(int* flag) {
     ScopedFile node(fopen(kTrimFlagNode, "r"));
     if (node == nullptr) {
+        // Deliberate: at INFO, while a node that holds no integer is an ERROR.
         ALOGI("Failed to open sysctl node for read");
         return false;
     }
@@ -189,7 +190,7 @@ enum KillCause : int {
     kLastKillCause = kZygoteKilled,
 };
 
-// "bstabd" is the fixed wording of this line; log readers search for it.
+// Deliberate: "bstabd" is the fixed wording of this line.
 void logDriverError(int error) {
     ALOGE("notify_stab_driver write bstabd driver error: %d", error);
 }
