@@ -33,7 +33,8 @@ for pattern in "${patterns[@]}"; do
 done
 
 for needed in notify_stab_ne notify_stab_system_killed notify_extra_log_finish notify_stab_block_logo \
-  _ZN7android12needCoredumpEPKc _ZTV9StabEvent _StabEvent_default_instance_; do
+  _ZN7android12needCoredumpEPKc _ZTV9StabEvent _StabEvent_default_instance_ \
+  _ZTI28StabEvent_DataEntry_DoNotUse _StabEvent_DataEntry_DoNotUse_default_instance_; do
   [[ " ${exports[*]} " == *" $needed "* ]] || report "$needed is not exported"
 done
 

@@ -17,6 +17,7 @@ struct Allocation {
 };
 
 thread_local bool watching = false;
+thread_local bool failingArrays = false;
 thread_local std::array<Allocation, 1000> log;
 thread_local size_t logged = 0;
 
@@ -25,6 +26,7 @@ std::span<Allocation> allocations() {
 }
 
 void* allocate(size_t size, bool isArray) {
+    if (isArray && failingArrays) throw std::bad_alloc();
     void* const pointer = malloc(std::max<size_t>(size, 1));
     if (pointer == nullptr) abort();
     if (watching && logged < log.size()) log[logged++] = {pointer, size, isArray, true};
@@ -48,7 +50,12 @@ Allocations::Allocations() {
 }
 
 Allocations::~Allocations() {
+    failingArrays = false;
     watching = false;
+}
+
+void Allocations::failArrays() {
+    failingArrays = true;
 }
 
 std::vector<size_t> Allocations::arraySizes() const {

@@ -24,5 +24,8 @@ class Allocations {
     /** How many objects and arrays have not been freed. */
     int heldByThisThread() const;
 
+    /** Lets every further new[] of the current thread fail. */
+    void failArrays();
+
     bool wasArray(const void* pointer) const;
 };

@@ -8,8 +8,7 @@
 #include "PlatformTrace.h"
 #include "records/EventBufferFile.h"
 
-/** A test in a device root that is as after its first boot, with the calls to the platform noted.
- */
+/** A test in a device as after its first boot, with the calls to the platform noted. */
 class DeviceTest : public testing::Test {
   protected:
     static constexpr char kTrimFlagNode[] = "/proc/sys/kernel/coredump_trim_flag";

@@ -19,6 +19,8 @@ struct Trace {
     std::vector<LogLine> lines;
     std::vector<std::string> calls;
     std::function<void(const std::string&)> observer;
+    std::function<void(const std::string&)> returnObserver;
+    std::string propertyBuffer;
     std::atomic<const void*> lastPayload = nullptr;
 };
 
@@ -40,15 +42,25 @@ void note(const std::string& call) {
 /** True while a platform function of ours is at work: what it calls itself is not the library's. */
 thread_local bool inside = false;
 
+void noteReturn(const std::string& call) {
+    std::function<void(const std::string&)> observer;
+    {
+        const std::lock_guard lock(trace().mutex);
+        observer = trace().returnObserver;
+    }
+    if (observer) observer(call);
+}
+
 /** Notes a call and passes it on to the library that would have got it. */
 template <typename Function, typename... Arguments>
 auto passOn(const char* symbol, const std::string& call, Arguments... arguments) {
-    if (!inside) note(call);
     const auto next = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, symbol));
-    const bool outer = inside;
+    if (inside) return next(arguments...);
+    note(call);
     inside = true;
     const auto result = next(arguments...);
-    inside = outer;
+    inside = false;
+    noteReturn(call);
     return result;
 }
 
@@ -73,6 +85,7 @@ void resetTrace() {
     trace().lines.clear();
     trace().calls.clear();
     trace().observer = nullptr;
+    trace().returnObserver = nullptr;
 }
 
 std::vector<LogLine> logLines() {
@@ -88,6 +101,16 @@ std::vector<std::string> calls() {
 void observeCalls(std::function<void(const std::string&)> observer) {
     const std::lock_guard lock(trace().mutex);
     trace().observer = std::move(observer);
+}
+
+void observeReturns(std::function<void(const std::string&)> observer) {
+    const std::lock_guard lock(trace().mutex);
+    trace().returnObserver = std::move(observer);
+}
+
+std::string propertyBuffer() {
+    const std::lock_guard lock(trace().mutex);
+    return trace().propertyBuffer;
 }
 
 const void* lastPayloadPointer() {
@@ -108,6 +131,10 @@ int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
 }
 
 int property_get(const char* key, char* value, const char* default_value) {
+    if (!inside) {
+        const std::lock_guard lock(trace().mutex);
+        trace().propertyBuffer.assign(value, PROPERTY_VALUE_MAX);
+    }
     return passOn<decltype(property_get)>(
         "property_get", std::string("property_get ") + key + " default " + default_value, key,
         value, default_value);

@@ -18,7 +18,7 @@ struct LogLine {
 
 void PrintTo(const LogLine& line, std::ostream* out);
 
-/** Forgets everything noted so far, and the observer. */
+/** Forgets everything noted so far, and the observers. */
 void resetTrace();
 
 std::vector<LogLine> logLines();
@@ -36,6 +36,12 @@ std::vector<std::string> calls();
 
 /** Calls observer on the caller's thread as each call arrives, before it is passed on. */
 void observeCalls(std::function<void(const std::string& call)> observer);
+
+/** The same as each call that was passed on has returned, before its caller goes on. */
+void observeReturns(std::function<void(const std::string& call)> observer);
+
+/** What the buffer for the value held when property_get was called last, all its 92 bytes. */
+std::string propertyBuffer();
 
 /** The buffer that the latest event buffer call passed; only to be compared, never to be read. */
 const void* lastPayloadPointer();

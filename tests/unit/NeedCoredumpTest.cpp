@@ -1,13 +1,17 @@
 // android::needCoredump: the policy word, the latch of each name and the kernel switch.
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <wardline/Coredump.h>
 
 #include <ostream>
+#include <utility>
 
 #include "support/DeviceTest.h"
+#include "support/Meanwhile.h"
 
 namespace {
 
@@ -16,8 +20,13 @@ using android::needCoredump;
 constexpr int kInfo = 4;
 constexpr int kError = 6;
 
+/** The kernel nodes that were opened as streams, each with the mode. */
+std::vector<std::string> openedNodes;
+
 class NeedCoredump : public DeviceTest {
   protected:
+    NeedCoredump() { openedNodes.clear(); }
+
     static void setPolicy(const std::string& text) { writeContent(kTrimFlagNode, text); }
     static std::string disableSwitch() { return contentOf(kCoredumpDisableNode); }
 
@@ -99,6 +108,27 @@ TEST_F(NeedCoredump, LeavesThePolicyNodeAsItWas) {
     needCoredump("app");
 
     EXPECT_EQ("1\n", contentOf(kTrimFlagNode));
+}
+
+TEST_F(NeedCoredump, LogsThatThereIsNoIntegerBeforeItClosesThePolicyNode) {
+    setPolicy("abc");
+    int openAtLog = -1;
+    observeCalls([&](const std::string&) { openAtLog = openDescriptorsTo(kTrimFlagNode); });
+
+    needCoredump("app");
+
+    EXPECT_EQ(1, openAtLog);
+    EXPECT_EQ(0, openDescriptorsTo(kTrimFlagNode));
+}
+
+TEST_F(NeedCoredump, OpensThePolicyNodeForReadingThenTheKernelSwitchForWriting) {
+    setPolicy("2");
+
+    needCoredump("app");
+
+    EXPECT_EQ((std::vector<std::string>{"/proc/sys/kernel/coredump_trim_flag r",
+                                        "/proc/sys/kernel/coredump_disable w"}),
+              openedNodes);
 }
 
 TEST_F(NeedCoredump, ClosesThePolicyNodeBeforeItGoesOn) {
@@ -257,6 +287,51 @@ TEST_F(NeedCoredump, ReadsALatchOfTheLongestValue) {
     EXPECT_FALSE(needCoredump("app"));
 }
 
+TEST_F(NeedCoredump, ReadsTheLatchIntoAZeroedBufferForTheLongestValue) {
+    setPolicy("1");
+    dirtyStack();
+
+    needCoredump("app");
+
+    EXPECT_EQ(std::string(92, '\0'), propertyBuffer());
+}
+
+TEST_F(NeedCoredump, AllowsBothOfTwoSimultaneousCrashesOfAName) {
+    setPolicy("1");
+    bool first = true;
+    bool otherAllowed = false;
+    observeCalls([&](const std::string& call) {
+        if (!call.starts_with("property_set") || !std::exchange(first, false)) return;
+        doMeanwhile([&] { otherAllowed = needCoredump("app"); });
+    });
+
+    EXPECT_TRUE(needCoredump("app"));
+
+    EXPECT_TRUE(otherAllowed);
+    EXPECT_EQ("0", disableSwitch());
+}
+
+TEST_F(NeedCoredump, KeepsNamesApartThatCrashAtTheSameTime) {
+    for (const char* latch : {"0", "1"}) {
+        setPolicy("1");
+        setProperty("dumpstate.coredump.a", latch);
+        setProperty("dumpstate.coredump.another", std::string("1") == latch ? "0" : "1");
+        bool first = true;
+        bool otherAllowed = false;
+        observeReturns([&](const std::string& call) {
+            if (!call.starts_with("property_get") || !std::exchange(first, false)) return;
+            doMeanwhile([&] { otherAllowed = needCoredump("another"); });
+        });
+
+        const bool allowed = needCoredump("a");
+
+        EXPECT_EQ(std::string("0") == latch, allowed);
+        EXPECT_EQ(std::string("1") == latch, otherAllowed);
+        EXPECT_EQ("1", property("dumpstate.coredump.a"));
+        EXPECT_EQ("1", property("dumpstate.coredump.another"));
+    }
+}
+
 TEST_F(NeedCoredump, AppliesTrimMode1WhateverTheIgnoredBits) {
     for (const char* policy : {"1", "5", "2049", "8193", "-4099"}) {
         SCOPED_TRACE(policy);
@@ -341,6 +416,16 @@ TEST_F(NeedCoredump, ReplacesTheWholeContentOfTheKernelSwitch) {
     EXPECT_EQ("0", disableSwitch());
 }
 
+TEST_F(NeedCoredump, MakesTheKernelSwitchWhereThereIsNone) {
+    setPolicy("2");
+    unlink(kCoredumpDisableNode);
+
+    EXPECT_TRUE(needCoredump("app"));
+
+    EXPECT_EQ("0", disableSwitch());
+    EXPECT_EQ(decisionLine("enable coredump for app"), logLines());
+}
+
 TEST_F(NeedCoredump, WritesAndClosesTheKernelSwitchBeforeItLogs) {
     setPolicy("2");
     markDisableSwitch();
@@ -401,3 +486,11 @@ TEST_F(NeedCoredump, LogsTheDecisionAlsoWhenTheKernelSwitchTakesNothing) {
 }
 
 }  // namespace
+
+FILE* fopen(const char* path, const char* mode) {
+    static const auto next = reinterpret_cast<decltype(fopen)*>(dlsym(RTLD_NEXT, "fopen"));
+    if (std::string(path).starts_with("/proc/sys/kernel/")) {
+        openedNodes.push_back(std::string(path) + " " + mode);
+    }
+    return next(path, mode);
+}

@@ -7,11 +7,14 @@
 
 #include <limits>
 #include <map>
+#include <new>
 #include <thread>
+#include <utility>
 
 #include "support/Allocations.h"
 #include "support/DeviceTest.h"
 #include "support/FixedClock.h"
+#include "support/Meanwhile.h"
 #include "wardline_records.pb.h"
 
 namespace {
@@ -147,12 +150,15 @@ TEST_F(ReportStabEvent, WritesAMapEntryAfterTheFourFields) {
 }
 
 TEST_F(ReportStabEvent, CopiesEveryMapEntry) {
-    const Data data = {{"a", "1"}, {"b", "2"}, {"", ""}, {std::string("n\0l", 3), "\xff"}};
+    const Data cases[] = {{{"a", "1"}, {"b", "2"}, {"", "v"}, {"k", ""}},
+                          {{"", ""}},
+                          {{std::string("n\0l", 3), "\xff"}}};
+    for (const Data& data : cases) {
+        reportStabEvent(2, 1, "a", 1, &data);
 
-    reportStabEvent(2, 1, "a", 1, &data);
-
-    const StabEvent record = parsed(onlyEvent());
-    EXPECT_EQ(data, Data(record.data().begin(), record.data().end()));
+        const StabEvent record = parsed(events().back());
+        EXPECT_EQ(data, Data(record.data().begin(), record.data().end()));
+    }
 }
 
 TEST_F(ReportStabEvent, HandsOverABufferOfExactlyTheRecordsLength) {
@@ -187,6 +193,29 @@ TEST_F(ReportStabEvent, LeavesNothingAllocated) {
 
     resetTrace();  // Forgets the notes that were taken meanwhile.
     EXPECT_EQ(0, allocations.heldByThisThread());
+}
+
+TEST_F(ReportStabEvent, LetsAFailedAllocationThrough) {
+    Allocations allocations;
+    allocations.failArrays();
+
+    EXPECT_THROW(reportStabEvent(2, 300, "ab", 1, nullptr), std::bad_alloc);
+
+    EXPECT_EQ(0u, events().size());
+}
+
+TEST_F(ReportStabEvent, DoesNotWaitForAnotherReport) {
+    bool first = true;
+    observeCalls([&](const std::string&) {
+        if (!std::exchange(first, false)) return;
+        doMeanwhile([] { reportStabEvent(2, 2, "meanwhile", 2, nullptr); });
+    });
+
+    reportStabEvent(2, 1, "first", 1, nullptr);
+
+    ASSERT_EQ(2u, events().size());
+    EXPECT_EQ("meanwhile", parsed(events()[0]).process_name());
+    EXPECT_EQ("first", parsed(events()[1]).process_name());
 }
 
 TEST_F(ReportStabEvent, ReturnsSilentlyWhenTheBufferRefusesTheRecord) {

@@ -10,12 +10,15 @@
 #include <wardline/StabNotify.h>
 
 #include <deque>
+#include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/DeviceTest.h"
 #include "support/DriverNode.h"
+#include "support/Meanwhile.h"
 
 namespace {
 
@@ -31,6 +34,8 @@ struct DriverCalls {
     bool watched = false;
     std::vector<std::string> calls;
     int node = -1;
+    int closed = -1;                     // A descriptor that belongs to nobody since it was closed.
+    std::function<void()> atFirstWrite;  // Called before it is passed on.
     // Taken in order, one a call; the kernel answers when there are no more.
     std::deque<Answer> opens;
     std::deque<Answer> writes;
@@ -160,6 +165,29 @@ TEST_F(StabDriverCalls, LogNothingWhenOnlyCloseFails) {
     EXPECT_EQ(std::vector<LogLine>(), logLines());
 }
 
+TEST_F(StabDriverCalls, CloseTheNodeOnceAlsoWhenThatIsInterrupted) {
+    driver.closeError = EINTR;
+
+    notify_extra_log_finish(1);
+
+    EXPECT_EQ((std::vector<std::string>{kOpen, "write 136", "close"}), driver.calls);
+}
+
+TEST_F(StabDriverCalls, DoNotWaitForThoseOfAnotherThread) {
+    driver.atFirstWrite = [] {
+        driver.watched = false;
+        doMeanwhile([] { notify_extra_log_finish(2); });
+        driver.watched = true;
+    };
+
+    notify_extra_log_finish(1);
+
+    const auto records = node_.drain();
+    ASSERT_EQ(2u, records.size());
+    EXPECT_EQ(2, DriverRecord(records[0]).pid);
+    EXPECT_EQ(1, DriverRecord(records[1]).pid);
+}
+
 template <typename Function>
 Function* next(const char* symbol) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, symbol));
@@ -185,15 +213,21 @@ int open(const char* path, int flags, ...) {
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
     static const auto nextOpen = next<int(const char*, int, ...)>("open");
-    if (!driver.watched || std::string(path) != kNode) return nextOpen(path, flags, mode);
-    driver.calls.push_back("open " + std::to_string(flags));
-    if (const auto answer = take(driver.opens)) return static_cast<int>(give(*answer));
-    return driver.node = nextOpen(path, flags, mode);
+    const bool isNode = driver.watched && std::string(path) == kNode;
+    if (isNode) {
+        driver.calls.push_back("open " + std::to_string(flags));
+        if (const auto answer = take(driver.opens)) return static_cast<int>(give(*answer));
+    }
+    const int fd = nextOpen(path, flags, mode);
+    if (fd == driver.closed) driver.closed = -1;
+    if (isNode) driver.node = fd;
+    return fd;
 }
 
 ssize_t write(int fd, const void* bytes, size_t count) {
     static const auto nextWrite = next<ssize_t(int, const void*, size_t)>("write");
     if (!driver.watched || fd != driver.node) return nextWrite(fd, bytes, count);
+    if (const auto act = std::exchange(driver.atFirstWrite, nullptr)) act();
     driver.calls.push_back("write " + std::to_string(count));
     if (const auto answer = take(driver.writes)) return give(*answer);
     return nextWrite(fd, bytes, count);
@@ -202,9 +236,10 @@ ssize_t write(int fd, const void* bytes, size_t count) {
 int close(int fd) {
     static const auto nextClose = next<int(int)>("close");
     const int result = nextClose(fd);
+    if (driver.watched && fd == driver.closed) driver.calls.push_back("close again");
     if (!driver.watched || fd != driver.node) return result;
     driver.calls.push_back("close");
-    driver.node = -1;
+    driver.closed = std::exchange(driver.node, -1);
     if (driver.closeError == 0) return result;
     errno = driver.closeError;
     return -1;

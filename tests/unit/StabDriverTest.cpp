@@ -134,6 +134,18 @@ TEST_F(StabDriver, LeavesNoDescriptorOpenAfterSuccessAndFailure) {
     EXPECT_EQ(0, openDescriptorsTo("/dev/full"));
 }
 
+TEST_F(StabDriver, TakesDescriptorZeroLikeAnyOther) {
+    DriverNode driver;
+    const int input = dup(STDIN_FILENO);
+    close(STDIN_FILENO);
+
+    notify_extra_log_finish(1);
+
+    EXPECT_EQ(1u, driver.drain().size());
+    EXPECT_EQ(std::vector<LogLine>(), logLines());
+    dup2(input, STDIN_FILENO);
+}
+
 TEST_F(StabDriver, OpensTheNodeAnewForEveryRecord) {
     DriverNode first;
     notify_extra_log_finish(1);

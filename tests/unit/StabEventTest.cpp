@@ -15,6 +15,11 @@
 
 namespace {
 
+// Numbers are unsigned; on the wire a signed one may look the same.
+static_assert(std::is_same_v<uint32_t, decltype(StabEvent().event_type())>);
+static_assert(std::is_same_v<uint32_t, decltype(StabEvent().pid())>);
+static_assert(std::is_same_v<uint64_t, decltype(StabEvent().timestamp_ms())>);
+
 StabEvent parse(const std::string& bytes) {
     StabEvent event;
     EXPECT_TRUE(event.ParseFromString(bytes));

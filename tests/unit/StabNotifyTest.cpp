@@ -5,10 +5,14 @@
 #include <wardline/StabNotify.h>
 
 #include <climits>
+#include <filesystem>
+#include <memory>
 #include <ostream>
+#include <utility>
 
 #include "support/DeviceTest.h"
 #include "support/DriverNode.h"
+#include "support/Meanwhile.h"
 #include "wardline_records.pb.h"
 
 namespace {
@@ -34,7 +38,7 @@ class StabNotify : public DeviceTest {
         return records.empty() ? std::string(136, '\0') : records.front();
     }
 
-    /** The bytes of the one event, without its time, the last seven bytes of any time of now. */
+    /** The bytes of the one event but for its time, which is the one that the buffer got. */
     static std::string onlyEventWithoutTime() {
         const auto all = events();
         EXPECT_EQ(1u, all.size());
@@ -46,6 +50,20 @@ class StabNotify : public DeviceTest {
         EXPECT_EQ(static_cast<uint64_t>(all.front().timeMs), record.timestamp_ms());
         record.clear_timestamp_ms();
         return record.SerializeAsString();
+    }
+
+    /** Makes the property service refuse every value. */
+    static void refuseProperties() {
+        setProperty("a", "1");  // The service has found its area once.
+        std::filesystem::remove_all("/dev/__properties__");
+    }
+
+    /** Reports something else just before the next value for the latch reaches its service. */
+    static void reportBeforeLatchIsSet(std::function<void()> report) {
+        observeCalls([report, first = std::make_shared<bool>(true)](const std::string& call) {
+            if (!call.starts_with("property_set sys.stab") || !std::exchange(*first, false)) return;
+            doMeanwhile(report);
+        });
     }
 
     static void setLatch(const std::string& value) { setProperty(kLatch, value); }
@@ -306,15 +324,49 @@ TEST_F(StabNotify, NeLatchesAProcessThatCrashedOnAnySignal) {
     EXPECT_EQ("5", latch());
 }
 
-TEST_F(StabNotify, NeReportsAndLatchesWithoutADriver) {
-    unlink(kDriverNode);
+TEST_F(StabNotify, NeLetsTheLaterOfTwoSimultaneousReportersSetTheLatch) {
+    reportBeforeLatchIsSet([] { notify_stab_system_killed(1, 1); });
+
+    notify_stab_ne("system_server", 1, 11, 1, "");
+
+    EXPECT_EQ("2", latch());
+    EXPECT_EQ((std::vector<std::string>{
+                  "log 4 notify_stab_ne process: system_server pid: 1, signo: 11",
+                  "single_file_writes 36", kReadLatch, "property_set sys.stab.system_killed 2",
+                  kReadLatch, "property_set sys.stab.system_killed 1"}),
+              calls());
+}
+
+TEST_F(StabNotify, NeIgnoresThatTheLatchIsRefused) {
+    refuseProperties();
 
     notify_stab_ne("zygote", 9, 11, 1, "");
 
-    EXPECT_EQ((std::vector<std::string>{"log 4 notify_stab_ne process: zygote pid: 9, signo: 11",
-                                        "log 6 notify_stab_driver write bstabd driver error: 2",
-                                        "single_file_writes 36", kReadLatch,
-                                        "property_set sys.stab.system_killed 5"}),
+    EXPECT_EQ(9, DriverRecord(onlyRecord()).pid);
+    EXPECT_EQ(1u, events().size());
+    EXPECT_EQ(1u, logLines().size());
+    EXPECT_EQ("property_set sys.stab.system_killed 5", calls().back());
+}
+
+TEST_F(StabNotify, NeTakesPidZero) {
+    notify_stab_ne("app", 0, 11, 1, "");
+
+    EXPECT_EQ(0, DriverRecord(onlyRecord()).pid);
+    EXPECT_EQ(bytesOf("08 02 12 03 61 70 70 18 00"), onlyEventWithoutTime());
+}
+
+TEST_F(StabNotify, NeReportsAndLatchesWithoutADriver) {
+    unlink(kDriverNode);
+    writeContent(kTrimFlagNode, "1");
+
+    notify_stab_ne("zygote", 9, 11, 1, "");
+
+    EXPECT_EQ((std::vector<std::string>{
+                  "log 4 notify_stab_ne process: zygote pid: 9, signo: 11",
+                  "property_get dumpstate.coredump.zygote default 0",
+                  "property_set dumpstate.coredump.zygote 1", "log 4 enable coredump for zygote",
+                  "log 6 notify_stab_driver write bstabd driver error: 2", "single_file_writes 36",
+                  kReadLatch, "property_set sys.stab.system_killed 5"}),
               calls());
     EXPECT_EQ(bytesOf("08 02 12 06 7A 79 67 6F 74 65 18 09"), onlyEventWithoutTime());
     EXPECT_EQ("5", latch());
@@ -504,6 +556,38 @@ TEST_F(StabNotify, SystemKilledLatchesAndReportsWithoutADriver) {
     EXPECT_EQ("4", latch());
 }
 
+TEST_F(StabNotify, SystemKilledLatchesEveryCauseWithoutADriver) {
+    unlink(kDriverNode);
+    for (int cause : {1, 2, 3, 5}) {
+        setLatch("0");
+
+        notify_stab_system_killed(cause, 1);
+
+        EXPECT_EQ(std::to_string(cause), latch());
+        EXPECT_EQ(std::vector<LogLine>(), logLines());
+    }
+}
+
+TEST_F(StabNotify, SystemKilledReportsCause4AlsoWhenTheLatchIsRefused) {
+    refuseProperties();
+
+    notify_stab_system_killed(4, 0);
+
+    EXPECT_EQ(0, DriverRecord(onlyRecord()).pid);
+    EXPECT_EQ(bytesOf("08 04 12 0D 73 79 73 74 65 6D 5F 73 65 72 76 65 72 18 00"),
+              onlyEventWithoutTime());
+    EXPECT_EQ("(unset)", latch());
+}
+
+TEST_F(StabNotify, SystemKilledLetsTheLaterOfTwoSimultaneousReportersSetTheLatch) {
+    reportBeforeLatchIsSet([] { notify_stab_ne("zygote", 1, 11, 1, ""); });
+
+    notify_stab_system_killed(3, 1);
+
+    EXPECT_EQ("3", latch());
+    EXPECT_EQ(1u, events().size());
+}
+
 // The end of extra log collection, and the block-logo words.
 
 TEST_F(StabNotify, ExtraLogFinishWritesTheWholeRecordAndNothingElse) {
@@ -524,6 +608,12 @@ TEST_F(StabNotify, ExtraLogFinishTakesANegativePid) {
     EXPECT_EQ(-1, DriverRecord(onlyRecord()).pid);
 }
 
+TEST_F(StabNotify, ExtraLogFinishTakesPidZero) {
+    notify_extra_log_finish(0);
+
+    EXPECT_EQ(10u, DriverRecord(onlyRecord()).eventType);
+}
+
 TEST_F(StabNotify, BlockLogoWritesTwoWordsThenZerosAndNothingElse) {
     dirtyStack();
 
@@ -531,6 +621,12 @@ TEST_F(StabNotify, BlockLogoWritesTwoWordsThenZerosAndNothingElse) {
 
     EXPECT_EQ(bytesOf("01 00 00 00 02 00 00 00") + std::string(128, '\0'), onlyRecord());
     EXPECT_EQ(std::vector<std::string>(), calls());
+}
+
+TEST_F(StabNotify, BlockLogoPassesZeroWords) {
+    notify_stab_block_logo(0, 0);
+
+    EXPECT_EQ(std::string(136, '\0'), onlyRecord());
 }
 
 TEST_F(StabNotify, BlockLogoPassesAllBitsOfItsWords) {
