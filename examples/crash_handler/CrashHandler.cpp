@@ -4,7 +4,8 @@
 //     crash_handler [--as NAME] PROGRAM [ARG...]
 //
 // NAME becomes the program's argv[0], and with that the name that it is reported under. The exit
-// code is 0 when the program crashed and was reported, else 1.
+// code is 0 when the program crashed and was reported, else 1. A signal that the program handles
+// itself is no crash.
 
 #include <fcntl.h>
 #include <signal.h>
@@ -51,10 +52,10 @@ bool isCrash(int signo) {
     return isFault(signo) || signo == SIGABRT || signo == SIGSYS;
 }
 
-/** What the kernel tells about the signal; only faults have an address. */
+/** What the kernel tells about the signal; only a fault that it raised itself has an address. */
 std::string describe(const siginfo_t& info) {
     char text[60];
-    if (isFault(info.si_signo)) {
+    if (isFault(info.si_signo) && info.si_code > 0) {
         snprintf(text, sizeof(text), "code %d, fault address %p", info.si_code, info.si_addr);
     } else {
         snprintf(text, sizeof(text), "code %d", info.si_code);

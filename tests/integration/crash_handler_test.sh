@@ -30,7 +30,7 @@ crash b abort 'signal 6, code -6$' 'process_name  "b"' 'flags         0x3611f' '
 crash system_server abort-by-kernel 'signal 6, code 128$' 'flags         0x3651f'
 
 crash c segv-in-thread 'signal 11, code 1, fault address 0xdead0$' 'process_name  "c"'
-crash d trap 'signal 5, code -6' 'process_name  "d"' 'flags         0x3611f'
+crash d trap 'signal 5, code -6$' 'process_name  "d"' 'flags         0x3611f'
 
 "$handler" "$victim" handled 2>/dev/null && fail 'a signal that the program handles is no crash'
 "$handler" /bin/true 2>/dev/null && fail 'a program that does not crash is no success'
