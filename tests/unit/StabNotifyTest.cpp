@@ -325,7 +325,7 @@ TEST_F(StabNotify, NeLatchesAProcessThatCrashedOnAnySignal) {
 }
 
 TEST_F(StabNotify, NeLetsTheLaterOfTwoSimultaneousReportersSetTheLatch) {
-    reportBeforeLatchIsSet([] { notify_stab_system_killed(1, 1); });
+    reportBeforeLatchIsSet([] { notify_stab_ne("zygote", 2, 11, 1, ""); });
 
     notify_stab_ne("system_server", 1, 11, 1, "");
 
@@ -333,7 +333,8 @@ TEST_F(StabNotify, NeLetsTheLaterOfTwoSimultaneousReportersSetTheLatch) {
     EXPECT_EQ((std::vector<std::string>{
                   "log 4 notify_stab_ne process: system_server pid: 1, signo: 11",
                   "single_file_writes 36", kReadLatch, "property_set sys.stab.system_killed 2",
-                  kReadLatch, "property_set sys.stab.system_killed 1"}),
+                  "log 4 notify_stab_ne process: zygote pid: 2, signo: 11", "single_file_writes 36",
+                  kReadLatch, "property_set sys.stab.system_killed 5"}),
               calls());
 }
 
