@@ -281,7 +281,7 @@ TEST_P(StabNotifyCrashLatch, IsSetForThePrefixWhenUnset) {
 }
 
 TEST_P(StabNotifyCrashLatch, KeepsWhateverCauseIsRecorded) {
-    for (const char* value : {"1", "2", "3", "4", "5", "6", "-1", "77"}) {
+    for (const char* value : {"1", "2", "3", "4", "5", "6", "-1", "256", "65536"}) {
         setLatch(value);
 
         notify_stab_ne(GetParam().processName, 1, 6, 128, "");
@@ -306,6 +306,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(CrashLatchCase{"system_server", "2"}, CrashLatchCase{"system_server_2", "2"},
                     CrashLatchCase{"system_serverzygote", "2"}, CrashLatchCase{"zygote", "5"},
                     CrashLatchCase{"zygote64", "5"}, CrashLatchCase{"zygotesystem_server", "5"},
+                    CrashLatchCase{"zygote_of_a_name_that_is_longer_than_the_records_field", "5"},
                     CrashLatchCase{"system_serve", "(unset)"}, CrashLatchCase{"zygot", "(unset)"},
                     CrashLatchCase{"", "(unset)"}, CrashLatchCase{"/system_server", "(unset)"},
                     CrashLatchCase{"xzygote", "(unset)"}, CrashLatchCase{"Zygote", "(unset)"},
@@ -438,7 +439,7 @@ INSTANTIATE_TEST_SUITE_P(
 std::vector<KilledCase> everyCauseWithEveryLatch() {
     std::vector<KilledCase> cases;
     for (int cause = 1; cause <= 6; ++cause) {
-        for (const char* latch : {"1", "2", "3", "4", "5", "6", "-1", "77"}) {
+        for (const char* latch : {"1", "2", "3", "4", "5", "6", "-1", "256", "65536"}) {
             cases.push_back({cause, latch, cause == 6 ? "0" : latch, kNobody});
         }
     }
