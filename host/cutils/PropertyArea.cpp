@@ -1,5 +1,6 @@
 #include "PropertyArea.h"
 
+#include <android-base/unique_fd.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/stat.h>
@@ -10,7 +11,7 @@
 #include <map>
 #include <mutex>
 
-#include "internal/ScopedFd.h"
+using android::base::unique_fd;
 
 namespace {
 
@@ -34,8 +35,8 @@ ProcessArea& processArea() {
 /** Writes a file beside the values; its name begins with a dot, as no property's does. */
 std::string writeTemporary(std::string_view value) {
     std::string path = std::string(kArea) + ".set.XXXXXX";
-    const ScopedFd file(mkstemp(path.data()));
-    if (!file.valid()) return "";
+    const unique_fd file(mkstemp(path.data()));
+    if (!file.ok()) return "";
     const bool written =
         write(file.get(), value.data(), value.size()) == static_cast<ssize_t>(value.size());
     if (written && fchmod(file.get(), 0644) == 0) return path;

@@ -1,5 +1,6 @@
 #include "RunCommand.h"
 
+#include <android-base/unique_fd.h>
 #include <errno.h>
 #include <poll.h>
 #include <signal.h>
@@ -10,8 +11,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "internal/ScopedFd.h"
 #include "records/DriverRecords.h"
+
+using android::base::unique_fd;
 
 namespace {
 
@@ -31,8 +33,8 @@ constexpr int kSignalBase = 128;
 
 /** Collects driver records until the child has ended, and those that it left. */
 void serveDriver(int node, pid_t child) {
-    const ScopedFd ended(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
-    if (!ended.valid()) return perror("devicectl: driver records are not kept");
+    const unique_fd ended(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
+    if (!ended.ok()) return perror("devicectl: driver records are not kept");
     pollfd waits[] = {{ended.get(), POLLIN, 0}, {node, POLLIN, 0}};
     bool stored = true;
     while ((waits[0].revents & POLLIN) == 0) {
@@ -50,7 +52,7 @@ int runCommand(char** command) {
     // As a shell does: the terminal's interrupt is for the command.
     signal(SIGINT, SIG_IGN);
     signal(SIGQUIT, SIG_IGN);
-    const ScopedFd node(openDriverNode());
+    const unique_fd node(openDriverNode());
     const pid_t parent = getpid();
     const pid_t child = fork();
     if (child == 0) execCommand(command, parent);
@@ -59,7 +61,7 @@ int runCommand(char** command) {
         return kCannotStart;
     }
 
-    if (node.valid()) serveDriver(node.get(), child);
+    if (node.ok()) serveDriver(node.get(), child);
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }

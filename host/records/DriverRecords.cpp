@@ -1,12 +1,13 @@
 #include "DriverRecords.h"
 
+#include <android-base/unique_fd.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "internal/ScopedFd.h"
+using android::base::unique_fd;
 
 namespace {
 
@@ -45,15 +46,15 @@ int openDriverNode() {
 bool collectDriverRecords(int node) {
     // Records leave the node only under this lock: whoever holds it and finds the node empty knows
     // that the file is complete.
-    const ScopedFd file(openRecordsFile());
+    const unique_fd file(openRecordsFile());
     return moveRecords(node, file.get());
 }
 
 std::vector<stab_notify_record> listDriverRecords() {
-    const ScopedFd node(openDriverNode());
-    if (node.valid()) collectDriverRecords(node.get());
+    const unique_fd node(openDriverNode());
+    if (node.ok()) collectDriverRecords(node.get());
 
-    const ScopedFd file(open(kRecordsFile, O_RDONLY | O_CLOEXEC));
+    const unique_fd file(open(kRecordsFile, O_RDONLY | O_CLOEXEC));
     std::vector<stab_notify_record> records;
     stab_notify_record record;
     while (read(file.get(), &record, sizeof(record)) == static_cast<ssize_t>(sizeof(record))) {

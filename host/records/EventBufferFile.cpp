@@ -1,5 +1,6 @@
 #include "EventBufferFile.h"
 
+#include <android-base/unique_fd.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -8,7 +9,7 @@
 
 #include <algorithm>
 
-#include "internal/ScopedFd.h"
+using android::base::unique_fd;
 
 namespace {
 
@@ -59,8 +60,8 @@ std::string readRecords(int file) {
 
 int appendToEventBuffer(EventOperation operation, int64_t timeMs, int32_t eventId,
                         std::string_view payload) {
-    const ScopedFd file(openLocked(O_RDWR, LOCK_EX));
-    if (!file.valid()) return -errno;
+    const unique_fd file(openLocked(O_RDWR, LOCK_EX));
+    if (!file.ok()) return -errno;
 
     const RecordHeader header = {timeMs, static_cast<uint32_t>(operation), eventId, payload.size()};
     const iovec parts[] = {{const_cast<RecordHeader*>(&header), sizeof(header)},
@@ -75,8 +76,8 @@ int appendToEventBuffer(EventOperation operation, int64_t timeMs, int32_t eventI
 }
 
 std::vector<BufferedEvent> readEventBuffer() {
-    const ScopedFd file(openLocked(O_RDONLY, LOCK_SH));
-    if (!file.valid()) return {};
+    const unique_fd file(openLocked(O_RDONLY, LOCK_SH));
+    if (!file.ok()) return {};
 
     const std::string bytes = readRecords(file.get());
     std::string_view rest = bytes;
