@@ -34,7 +34,8 @@ ProcessArea& processArea() {
 
 /** Writes a file beside the values; its name begins with a dot, as no property's does. */
 std::string writeTemporary(std::string_view value) {
-    std::string path = std::string(kArea) + ".set.XXXXXX";
+    // mkstemp() puts letters of its own in the place of these.
+    std::string path = std::string(kArea) + ".set." + std::string(6, 'X');
     const unique_fd file(mkstemp(path.data()));
     if (!file.ok()) return "";
     const bool written =

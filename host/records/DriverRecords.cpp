@@ -1,11 +1,12 @@
 #include "DriverRecords.h"
 
 #include <android-base/unique_fd.h>
-#include <errno.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include "LockedFile.h"
 
 using android::base::unique_fd;
 
@@ -14,14 +15,6 @@ namespace {
 constexpr char kNode[] = "/dev/stabd";
 constexpr char kRecordsFile[] = "/dev/stabd.records";
 constexpr size_t kRecordsPerRead = 64;
-
-/** Opens the file for one collector at a time. */
-int openRecordsFile() {
-    const int file = open(kRecordsFile, O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-    while (file >= 0 && flock(file, LOCK_EX) != 0 && errno == EINTR) {
-    }
-    return file;
-}
 
 /** Empties the node also when the file takes nothing: its writers must not be blocked. */
 bool moveRecords(int node, int file) {
@@ -46,7 +39,7 @@ int openDriverNode() {
 bool collectDriverRecords(int node) {
     // Records leave the node only under this lock: whoever holds it and finds the node empty knows
     // that the file is complete.
-    const unique_fd file(openRecordsFile());
+    const unique_fd file = openLocked(kRecordsFile, O_WRONLY | O_CREAT | O_APPEND, LOCK_EX);
     return moveRecords(node, file.get());
 }
 

@@ -9,6 +9,8 @@
 
 #include <algorithm>
 
+#include "LockedFile.h"
+
 using android::base::unique_fd;
 
 namespace {
@@ -24,13 +26,6 @@ struct RecordHeader {
     int32_t eventId;
     uint64_t payloadBytes;
 };
-
-int openLocked(int flags, int lock) {
-    const int file = open(kBufferFile, flags | O_CLOEXEC);
-    while (file >= 0 && flock(file, lock) != 0 && errno == EINTR) {
-    }
-    return file;
-}
 
 /** Where the records end; a damaged mark counts as no records at all. */
 uint64_t readEnd(int file) {
@@ -60,7 +55,7 @@ std::string readRecords(int file) {
 
 int appendToEventBuffer(EventOperation operation, int64_t timeMs, int32_t eventId,
                         std::string_view payload) {
-    const unique_fd file(openLocked(O_RDWR, LOCK_EX));
+    const unique_fd file = openLocked(kBufferFile, O_RDWR, LOCK_EX);
     if (!file.ok()) return -errno;
 
     const RecordHeader header = {timeMs, static_cast<uint32_t>(operation), eventId, payload.size()};
@@ -76,7 +71,7 @@ int appendToEventBuffer(EventOperation operation, int64_t timeMs, int32_t eventI
 }
 
 std::vector<BufferedEvent> readEventBuffer() {
-    const unique_fd file(openLocked(O_RDONLY, LOCK_SH));
+    const unique_fd file = openLocked(kBufferFile, O_RDONLY, LOCK_SH);
     if (!file.ok()) return {};
 
     const std::string bytes = readRecords(file.get());

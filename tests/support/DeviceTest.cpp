@@ -52,6 +52,11 @@ void DeviceTest::setProperty(const std::string& name, const std::string& value) 
     resetTrace();
 }
 
+std::vector<LogLine> DeviceTest::driverError(int error) {
+    return {{6, "libwardline",
+             "notify_stab_driver write bstabd driver error: " + std::to_string(error)}};
+}
+
 std::string contentOf(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     if (!file) return "(none)";

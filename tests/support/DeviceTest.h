@@ -1,6 +1,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <stdint.h>
 
 #include <string>
 #include <vector>
@@ -21,6 +22,9 @@ class DeviceTest : public testing::Test {
     /** The value of a property, or "(unset)" for one that does not exist or is empty. */
     static std::string property(const std::string& name);
     static void setProperty(const std::string& name, const std::string& value);
+
+    /** The log lines of one record that did not reach the driver. */
+    static std::vector<LogLine> driverError(int error);
 
     /** Every record that reached the event buffer during this test. */
     static std::vector<BufferedEvent> events() { return readEventBuffer(); }

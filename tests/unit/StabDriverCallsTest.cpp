@@ -52,11 +52,6 @@ class StabDriverCalls : public DeviceTest {
     }
     ~StabDriverCalls() override { driver.watched = false; }
 
-    static std::vector<LogLine> driverError(int error) {
-        return {{6, "libwardline",
-                 "notify_stab_driver write bstabd driver error: " + std::to_string(error)}};
-    }
-
     DriverNode node_;
 };
 

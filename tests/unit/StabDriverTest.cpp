@@ -66,11 +66,6 @@ class StabDriver : public DeviceTest {
         ASSERT_EQ(0, symlink(target, kDriverNode));
     }
 
-    static std::vector<LogLine> driverError(int error) {
-        return {{6, "libwardline",
-                 "notify_stab_driver write bstabd driver error: " + std::to_string(error)}};
-    }
-
     /** SIGUSR1 interrupts system calls and is counted. */
     static void interruptBySigusr1() {
         struct sigaction action = {};

@@ -643,7 +643,7 @@ TEST_F(StabNotify, ExtraLogFinishAndBlockLogoLogOnlyADriverError) {
     notify_extra_log_finish(1);
     notify_stab_block_logo(1, 2);
 
-    const LogLine line = {kError, "libwardline", "notify_stab_driver write bstabd driver error: 2"};
+    const LogLine line = driverError(2).front();
     EXPECT_EQ((std::vector<LogLine>{line, line}), logLines());
     EXPECT_EQ(2u, calls().size());
 }
