@@ -40,6 +40,7 @@ expect 'every path is in place' ok "$(device --temporary sh -c '
   [ -w /proc/sys/kernel/coredump_disable ] && [ -c /dev/full ] && [ -c /dev/null ] && echo ok')"
 expect 'the working directory stays' "$PWD" "$(device --temporary pwd)"
 expect 'arguments arrive as they are' '[a b][][*]' "$(device --temporary printf '[%s]' 'a b' '' '*')"
+expect 'standard input arrives' hello "$(echo hello | device --temporary cat)"
 
 expect 'exit code of the command' 7 "$(status device --temporary sh -c 'exit 7')"
 expect 'exit code of a killed command' 139 "$(status device --temporary sh -c 'kill -SEGV $$')"
