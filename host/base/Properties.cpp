@@ -5,9 +5,11 @@
 #include <android-base/properties.h>
 #include <cutils/properties.h>
 
+#include "cutils/PropertyArea.h"
+
 std::string android::base::GetProperty(const std::string& key, const std::string& default_value) {
-    char value[PROPERTY_VALUE_MAX];
-    return property_get(key.c_str(), value, "") > 0 ? value : default_value;
+    const std::string value = readProperty(key);  // Whole, where property_get would cut it.
+    return value.empty() ? default_value : value;
 }
 
 bool android::base::SetProperty(const std::string& key, const std::string& value) {

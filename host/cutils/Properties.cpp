@@ -16,23 +16,11 @@ namespace {
 constexpr size_t kMaxValueBytes = PROPERTY_VALUE_MAX - 1;
 constexpr std::string_view kWrittenOncePrefix = "ro.";
 
-bool isNameCharacter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-           std::string_view(".-_@:").find(c) != std::string_view::npos;
-}
-
-/** Letters, digits and ".-_@:"; not empty, no dot at either end and no two in a row. */
-bool isLegalName(std::string_view name) {
-    if (name.empty() || name.front() == '.' || name.back() == '.') return false;
-    if (name.find("..") != std::string_view::npos) return false;
-    return std::ranges::all_of(name, isNameCharacter);
-}
-
 }  // namespace
 
 int property_get(const char* key, char* value, const char* default_value) {
     std::string text;
-    if (key != nullptr && isLegalName(key)) text = readProperty(key);
+    if (key != nullptr) text = readProperty(key);
     if (text.empty() && default_value != nullptr) text = default_value;
     text.resize(std::min(text.size(), kMaxValueBytes));
     memcpy(value, text.c_str(), text.size() + 1);
@@ -55,9 +43,9 @@ int32_t property_get_int32(const char* key, int32_t default_value) {
 }
 
 int property_set(const char* key, const char* value) {
-    if (key == nullptr || !isLegalName(key)) return -1;
+    if (key == nullptr) return -1;
     const std::string_view text = value == nullptr ? "" : value;
-    if (text.size() > kMaxValueBytes) return -1;
     const bool once = std::string_view(key).starts_with(kWrittenOncePrefix);
+    if (!once && text.size() > kMaxValueBytes) return -1;
     return writeProperty(key, text, once) ? 0 : -1;
 }

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -16,6 +17,18 @@ using android::base::unique_fd;
 namespace {
 
 constexpr char kArea[] = "/dev/__properties__/";
+
+bool isNameCharacter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+           std::string_view(".-_@:").find(c) != std::string_view::npos;
+}
+
+/** Letters, digits and ".-_@:"; not empty, no dot at either end and no two in a row. */
+bool isLegalName(std::string_view name) {
+    if (name.empty() || name.front() == '.' || name.back() == '.') return false;
+    if (name.find("..") != std::string_view::npos) return false;
+    return std::ranges::all_of(name, isNameCharacter);
+}
 
 bool hasDeviceRoot() {
     static const bool has = access(kArea, F_OK) == 0;
@@ -59,6 +72,7 @@ bool writeFile(const std::string& name, std::string_view value, bool once) {
 }  // namespace
 
 std::string readProperty(const std::string& name) {
+    if (!isLegalName(name)) return "";
     if (hasDeviceRoot()) {
         std::ifstream file(std::string(kArea) + name, std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
@@ -69,6 +83,7 @@ std::string readProperty(const std::string& name) {
 }
 
 bool writeProperty(const std::string& name, std::string_view value, bool once) {
+    if (!isLegalName(name)) return false;
     if (hasDeviceRoot()) return writeFile(name, value, once);
     const std::lock_guard lock(processArea().mutex);
     if (once) return processArea().values.try_emplace(name, value).second;

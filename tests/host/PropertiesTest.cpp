@@ -82,12 +82,20 @@ TEST_F(Properties, TakeAValueOf91BytesAndRefuseALongerOne) {
     EXPECT_EQ(std::string(91, 'v'), get("name"));
 }
 
+TEST_F(Properties, TakeALongerValueThatIsWrittenOnceAndShowItCut) {
+    EXPECT_EQ(0, property_set("ro.name", std::string(1000, 'v').c_str()));
+
+    EXPECT_EQ(std::string(91, 'v'), get("ro.name"));
+    EXPECT_EQ(std::string(1000, 'v'), android::base::GetProperty("ro.name", "default"));
+}
+
 TEST_F(Properties, RefuseIllegalNames) {
     const std::string tooLong(256, 'n');
     for (const char* name : {"", ".", ".a", "a.", "a..b", "a b", "a/b", "../a", "a\nb", "a*", "a%",
                              "\xc3\xa4", "dumpstate.coredump.", tooLong.c_str()}) {
         EXPECT_GT(0, property_set(name, "1")) << name;
         EXPECT_EQ("default", get(name)) << name;
+        EXPECT_EQ("default", android::base::GetProperty(name, "default")) << name;
     }
     EXPECT_GT(0, property_set(nullptr, "1"));
 }

@@ -9,7 +9,7 @@
 
 #include <stdint.h>
 
-/* Room for the longest value and its NUL. */
+/* Room for the longest value that can change and its NUL; one that is written once may be longer. */
 #define PROPERTY_VALUE_MAX 92
 
 #ifdef __cplusplus
@@ -17,8 +17,9 @@ extern "C" {
 #endif
 
 /*
- * Copies the value of key into value, which has room for PROPERTY_VALUE_MAX bytes, and returns its
- * length. An absent or empty value gives default_value, cut to that room, or "" when it is null.
+ * Copies the value of key, cut to PROPERTY_VALUE_MAX bytes, into value, which has that room, and
+ * returns the copy's length. An absent or empty value gives default_value, cut as well, or "" when it
+ * is null.
  */
 int property_get(const char* key, char* value, const char* default_value);
 
@@ -32,7 +33,7 @@ int32_t property_get_int32(const char* key, int32_t default_value);
  * Sets key to value; a null value is the empty one. Returns 0, or a negative number when
  *  - the name is no legal one (letters, digits and ".-_@:", no dot at either end, no two dots in a
  *    row), or longer than 255 bytes in a device root;
- *  - the value is longer than 91 bytes;
+ *  - the value is longer than 91 bytes, unless the name begins with "ro.";
  *  - the name begins with "ro." and the property exists already;
  *  - the value cannot be stored.
  */
