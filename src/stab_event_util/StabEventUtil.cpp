@@ -1,6 +1,7 @@
-// Stability events to the platform's event buffer, the core dump decision, and the notifications to
-// the stability kernel driver.
+// The clock, the command line and the monitor directory; stability events to the platform's event
+// buffer; the core dump decision, and the notifications to the stability kernel driver.
 
+#include <android-base/file.h>
 #include <cutils/properties.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -9,21 +10,27 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <sys/time.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <memory>
 #include <string_view>
+#include <vector>
 
 #include "internal/Log.h"
 #include "internal/ScopedFd.h"
 #include "internal/ScopedFile.h"
+#include "internal/ScopedUmask.h"
 #include "internal/StabNotifyRecord.h"
 #include "internal/SysEventsBuffer.h"
+#include "wardline/Cmdline.h"
 #include "wardline/Coredump.h"
+#include "wardline/MonitorPath.h"
 #include "wardline/StabEventReport.h"
 #include "wardline/StabNotify.h"
+#include "wardline/Timestamp.h"
 #include "wardline_records.pb.h"
 
 namespace {
@@ -35,27 +42,100 @@ constexpr int kExtraLogFinished = 10;  // Driver record only.
 
 }  // namespace
 
-// Stability events.
+// Time.
 
 namespace {
 
-constexpr int kStabEventId = 36;
+constexpr unsigned long kMsPerSecond = 1000;
 
+// The library's own reports call this one: another library may export a getTimestamp() too.
 long wallClockMs() {
     timeval now;
     gettimeofday(&now, nullptr);
     return now.tv_sec * 1000 + now.tv_usec / 1000;
 }
 
-StabEvent makeStabEvent(int eventType, int pid, const std::string& processName,
-                        unsigned long timeMs, const std::map<std::string, std::string>* data) {
+}  // namespace
+
+int64_t android::getTimestamp() {
+    return wallClockMs();
+}
+
+std::string android::millisecondsToDatetime(unsigned long ms) {
+    const auto seconds = static_cast<time_t>(ms / kMsPerSecond);
+    char text[32];  // Years of up to nine digits.
+    const size_t length = strftime(text, sizeof(text), "%Y%m%d%H%M", localtime(&seconds));
+    return {text, length};
+}
+
+// Command line.
+
+std::string android::getCmdline() {
+    std::string cmdline;
+    if (!base::ReadFileToString("/proc/self/cmdline", &cmdline)) return cmdline;
+    cmdline.resize(cmdline.find_last_not_of('\0') + 1);
+    std::replace(cmdline.begin(), cmdline.end(), '\0', ' ');
+    return cmdline;
+}
+
+// Monitor directory.
+
+namespace {
+
+// NOLINTNEXTLINE(cert-err58-cpp): without memory at load time there is no going on.
+const std::string monitorPath = "/data/syslog/monitor/stabevent";
+
+/**
+ * Deliberate: true means that this call made the directory, or that the path is no directory. An
+ * existing directory makes mkdir fail, so a second call returns false.
+ */
+bool makeMonitorPath() {
+    struct stat status;
+    if (stat(monitorPath.c_str(), &status) == 0 && !S_ISDIR(status.st_mode)) return true;
+    const ScopedUmask everything(0);
+    return mkdir(monitorPath.c_str(), 0777) == 0;
+}
+
+}  // namespace
+
+bool android::createMonitorPath() {
+    return makeMonitorPath();
+}
+
+// Records.
+
+namespace {
+
+constexpr int kStabEventId = 36;
+
+/** The serialised record in a buffer of exactly its length; without a buffer when it is empty. */
+std::vector<unsigned char> serialise(const google::protobuf::MessageLite& record) {
+    const std::string bytes = record.SerializeAsString();
+    // Pointers to the vector's own type make this one block copy.
+    const auto* const begin = reinterpret_cast<const unsigned char*>(bytes.data());
+    return {begin, begin + bytes.size()};
+}
+
+}  // namespace
+
+// Stability events.
+
+namespace {
+
+unsigned long orNow(unsigned long timeMs) {
+    return timeMs != 0 ? timeMs : static_cast<unsigned long>(wallClockMs());
+}
+
+std::vector<unsigned char> stabEventRecord(int eventType, int pid, const std::string& processName,
+                                           unsigned long timeMs,
+                                           const std::map<std::string, std::string>* data) {
     StabEvent event;
     event.set_event_type(static_cast<uint32_t>(eventType));
     event.set_pid(static_cast<uint32_t>(pid));
     event.set_process_name(processName);
     event.set_timestamp_ms(timeMs);
     if (data != nullptr) event.mutable_data()->insert(data->begin(), data->end());
-    return event;
+    return serialise(event);
 }
 
 }  // namespace
@@ -63,14 +143,10 @@ StabEvent makeStabEvent(int eventType, int pid, const std::string& processName,
 void android::reportStabEvent(int eventType, int pid, const std::string& processName,
                               unsigned long timeMs,
                               const std::map<std::string, std::string>* data) {
-    if (timeMs == 0) timeMs = static_cast<unsigned long>(wallClockMs());
-    const std::string record =
-        makeStabEvent(eventType, pid, processName, timeMs, data).SerializeAsString();
-
-    const auto payload = std::make_unique_for_overwrite<unsigned char[]>(record.size());
-    memcpy(payload.get(), record.data(), record.size());
+    timeMs = orNow(timeMs);
+    const auto record = stabEventRecord(eventType, pid, processName, timeMs, data);
     __android_sysevents_buf_single_file_writes(static_cast<long>(timeMs), kStabEventId,
-                                               payload.get(), static_cast<int>(record.size()));
+                                               record.data(), static_cast<int>(record.size()));
 }
 
 // Core dump decision.

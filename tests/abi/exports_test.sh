@@ -34,15 +34,22 @@ done
 
 for needed in notify_stab_ne notify_stab_system_killed notify_extra_log_finish notify_stab_block_logo \
   _ZN7android12needCoredumpEPKc _ZTV9StabEvent _StabEvent_default_instance_ \
-  _ZTI28StabEvent_DataEntry_DoNotUse _StabEvent_DataEntry_DoNotUse_default_instance_; do
+  _ZTI28StabEvent_DataEntry_DoNotUse _StabEvent_DataEntry_DoNotUse_default_instance_ \
+  _ZN7android12getTimestampEv _ZN7android17createMonitorPathEv; do
   [[ " ${exports[*]} " == *" $needed "* ]] || report "$needed is not exported"
 done
 
-event='android::reportStabEvent(int, int, std::__cxx11::basic_string<char, std::char_traits<char>, '
-event+='std::allocator<char> > const&, unsigned long, std::map<'
-nm -DC --defined-only "$library" | grep -qF "$event" || report "$event... is not exported"
+# The functions whose symbols depend on the standard library, as a caller declares them.
+string='std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char>>'
+functions=$(nm -DC --defined-only "$library" | cut -d ' ' -f 3- |
+  sed -E "s/ +>/>/g; s/ +>/>/g; s/$string/STRING/g")
+map='std::map<STRING, STRING, std::less<STRING>, std::allocator<std::pair<STRING const, STRING>>> const*'
+for needed in "android::reportStabEvent(int, int, STRING const&, unsigned long, $map)" \
+  'android::getCmdline[abi:cxx11]()' 'android::millisecondsToDatetime[abi:cxx11](unsigned long)'; do
+  grep -qxF "$needed" <<<"$functions" || report "$needed is not exported"
+done
 
-for internal in '^_ZNK\?St' '^_ZSt' 'notify_stab_driver' '^_ZTVN6google' 'ScopedFd'; do
+for internal in '^_ZNK\?St' '^_ZSt' 'notify_stab_driver' '^_ZTVN6google' 'ScopedFd' 'ScopedUmask' 'monitorPath'; do
   ! printf '%s\n' "${exports[@]}" | grep "$internal" || report "$internal is exported"
 done
 
@@ -54,7 +61,8 @@ grep -q 'NEEDED.*\[libprotobuf-lite\.so' <<<"$dynamic" || report 'not linked to 
 
 imports=$(nm -D --undefined-only "$library" | awk '{print $2}')
 for import in __android_log_print property_get property_set property_get_int32 \
-  _Z42__android_sysevents_buf_single_file_writesliPKhi; do
+  _Z42__android_sysevents_buf_single_file_writesliPKhi \
+  '_ZN7android4base16ReadFileToStringE.*'; do
   grep -qx "$import" <<<"$imports" || report "$import is not called by its platform name"
 done
 

@@ -1,19 +1,39 @@
 // Uses everything that the library exports, from a program that hides its own symbols.
 
 #include <google/protobuf/arena.h>
+#include <wardline/Cmdline.h>
 #include <wardline/Coredump.h>
+#include <wardline/MonitorPath.h>
 #include <wardline/StabEventReport.h>
 #include <wardline/StabNotify.h>
+#include <wardline/Timestamp.h>
 
 #include "wardline_records.pb.h"
 
-int main() {
+namespace {
+
+using Text = const std::string&;
+using Report = void(int, int, Text, unsigned long, const std::map<std::string, std::string>*);
+
+void callEveryFunction() {
     bool (*const decide)(const char*) = android::needCoredump;
-    void (*const report)(int, int, const std::string&, unsigned long,
-                         const std::map<std::string, std::string>*) = android::reportStabEvent;
+    Report* const report = android::reportStabEvent;
+    int64_t (*const timestamp)() = android::getTimestamp;
+    std::string (*const datetime)(unsigned long) = android::millisecondsToDatetime;
+    std::string (*const cmdline)() = android::getCmdline;
+    bool (*const makePath)() = android::createMonitorPath;
+
     decide("consumer");
-    report(2, 1, "consumer", 0, nullptr);
+    report(2, 1, cmdline(), 0, nullptr);
+    datetime(static_cast<unsigned long>(timestamp()));
+    makePath();
     notify_extra_log_finish(1);
+}
+
+}  // namespace
+
+int main() {
+    callEveryFunction();
 
     google::protobuf::Arena arena;
     StabEvent* const event = google::protobuf::Arena::CreateMessage<StabEvent>(&arena);

@@ -1,10 +1,12 @@
 #include "Allocations.h"
 
+#include <stdint.h>
 #include <stdlib.h>
 
 #include <algorithm>
 #include <array>
 #include <new>
+#include <ranges>
 #include <span>
 
 namespace {
@@ -12,12 +14,11 @@ namespace {
 struct Allocation {
     const void* pointer;
     size_t size;
-    bool isArray;
     bool isHeld;
 };
 
 thread_local bool watching = false;
-thread_local bool failingArrays = false;
+thread_local size_t failingSize = SIZE_MAX;
 thread_local std::array<Allocation, 1000> log;
 thread_local size_t logged = 0;
 
@@ -25,11 +26,11 @@ std::span<Allocation> allocations() {
     return std::span(log).first(logged);
 }
 
-void* allocate(size_t size, bool isArray) {
-    if (isArray && failingArrays) throw std::bad_alloc();
+void* allocate(size_t size) {
+    if (size == failingSize) throw std::bad_alloc();
     void* const pointer = malloc(std::max<size_t>(size, 1));
     if (pointer == nullptr) abort();
-    if (watching && logged < log.size()) log[logged++] = {pointer, size, isArray, true};
+    if (watching && logged < log.size()) log[logged++] = {pointer, size, true};
     return pointer;
 }
 
@@ -50,42 +51,41 @@ Allocations::Allocations() {
 }
 
 Allocations::~Allocations() {
-    failingArrays = false;
+    failingSize = SIZE_MAX;
     watching = false;
 }
 
-void Allocations::failArrays() {
-    failingArrays = true;
+size_t Allocations::sizeOf(const void* pointer) const {
+    // An address may have been used more than once; the latest counts.
+    const auto latest = std::views::reverse(allocations());
+    const auto found = std::ranges::find(latest, pointer, &Allocation::pointer);
+    return found == latest.end() ? 0 : found->size;
 }
 
-std::vector<size_t> Allocations::arraySizes() const {
-    std::vector<size_t> sizes;
-    for (const Allocation& allocation : allocations()) {
-        if (allocation.isArray) sizes.push_back(allocation.size);
-    }
-    return sizes;
-}
-
-int Allocations::heldArrays() const {
-    return static_cast<int>(
-        std::ranges::count_if(allocations(), [](auto& a) { return a.isArray && a.isHeld; }));
-}
-
-int Allocations::heldByThisThread() const {
-    return static_cast<int>(std::ranges::count_if(allocations(), [](auto& a) { return a.isHeld; }));
-}
-
-bool Allocations::wasArray(const void* pointer) const {
+bool Allocations::isHeld(const void* pointer) const {
     return std::ranges::any_of(allocations(),
-                               [&](auto& a) { return a.isArray && a.pointer == pointer; });
+                               [&](auto& a) { return a.pointer == pointer && a.isHeld; });
+}
+
+int Allocations::heldOfSize(size_t size) const {
+    return static_cast<int>(
+        std::ranges::count_if(allocations(), [&](auto& a) { return a.size == size && a.isHeld; }));
+}
+
+int Allocations::held() const {
+    return static_cast<int>(std::ranges::count_if(allocations(), &Allocation::isHeld));
+}
+
+void Allocations::fail(size_t size) {
+    failingSize = size;
 }
 
 void* operator new(size_t size) {
-    return allocate(size, false);
+    return allocate(size);
 }
 
 void* operator new[](size_t size) {
-    return allocate(size, true);
+    return allocate(size);
 }
 
 void operator delete(void* pointer) noexcept {

@@ -15,17 +15,18 @@ class Allocations {
     Allocations(const Allocations&) = delete;
     Allocations& operator=(const Allocations&) = delete;
 
-    /** The sizes of all arrays allocated so far, in order. */
-    std::vector<size_t> arraySizes() const;
+    /** The size that was asked for at pointer, or 0 for what was not allocated since. */
+    size_t sizeOf(const void* pointer) const;
 
-    /** How many of those arrays have not been freed. */
-    int heldArrays() const;
+    /** True for what was allocated since and has not been freed. */
+    bool isHeld(const void* pointer) const;
+
+    /** How many objects and arrays of this size have not been freed. */
+    int heldOfSize(size_t size) const;
 
     /** How many objects and arrays have not been freed. */
-    int heldByThisThread() const;
+    int held() const;
 
-    /** Lets every further new[] of the current thread fail. */
-    void failArrays();
-
-    bool wasArray(const void* pointer) const;
+    /** Lets every further allocation of this size, by the current thread, fail. */
+    void fail(size_t size);
 };

@@ -57,6 +57,12 @@ std::vector<LogLine> DeviceTest::driverError(int error) {
              "notify_stab_driver write bstabd driver error: " + std::to_string(error)}};
 }
 
+BufferedEvent DeviceTest::onlyEvent() {
+    const auto all = events();
+    EXPECT_EQ(1u, all.size());
+    return all.empty() ? BufferedEvent{} : all.front();
+}
+
 std::string contentOf(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     if (!file) return "(none)";
@@ -65,6 +71,11 @@ std::string contentOf(const std::string& path) {
 
 void writeContent(const std::string& path, const std::string& content) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
+}
+
+int modeOf(const std::string& path) {
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0 ? static_cast<int>(status.st_mode & 07777) : -1;
 }
 
 int openDescriptorsTo(const std::string& path) {

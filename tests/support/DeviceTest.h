@@ -28,6 +28,9 @@ class DeviceTest : public testing::Test {
 
     /** Every record that reached the event buffer during this test. */
     static std::vector<BufferedEvent> events() { return readEventBuffer(); }
+
+    /** The one record of this test; fails when there is none, or more. */
+    static BufferedEvent onlyEvent();
 };
 
 /** The whole content of a file, or "(none)" when there is no such file. */
@@ -35,6 +38,9 @@ std::string contentOf(const std::string& path);
 
 /** Replaces a file's content, or makes the file. */
 void writeContent(const std::string& path, const std::string& content);
+
+/** The permission bits of what a path leads to, or -1 when there is nothing. */
+int modeOf(const std::string& path);
 
 /** How many descriptors of this process lead to path. */
 int openDescriptorsTo(const std::string& path);

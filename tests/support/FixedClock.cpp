@@ -4,6 +4,8 @@
 
 #include <atomic>
 
+#include "PlatformTrace.h"
+
 namespace {
 
 std::atomic<bool> fixed = false;
@@ -33,6 +35,7 @@ int gettimeofday(timeval* time, void* zone) noexcept {
         return next(time, zone);
     }
     ++readingCount;
+    noteCall("gettimeofday");
     *time = fixedTime;
     return 0;
 }

@@ -2,7 +2,10 @@
 
 #include <sys/time.h>
 
-/** Stops the time of day, as gettimeofday() gives it to this process, for as long as it lives. */
+/**
+ * Stops the time of day, as gettimeofday() gives it to this process, for as long as it lives. Each
+ * reading is noted as the call "gettimeofday".
+ */
 class FixedClock {
   public:
     explicit FixedClock(timeval time);

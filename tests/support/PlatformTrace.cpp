@@ -1,5 +1,7 @@
 #include "PlatformTrace.h"
 
+#include <android-base/file.h>
+#include <android-base/properties.h>
 #include <android/log.h>
 #include <cutils/properties.h>
 #include <dlfcn.h>
@@ -8,7 +10,9 @@
 
 #include <atomic>
 #include <mutex>
+#include <optional>
 #include <ostream>
+#include <utility>
 
 #include "internal/SysEventsBuffer.h"
 
@@ -21,22 +25,13 @@ struct Trace {
     std::function<void(const std::string&)> observer;
     std::function<void(const std::string&)> returnObserver;
     std::string propertyBuffer;
+    std::optional<std::pair<std::string, bool>> fileAnswer;
     std::atomic<const void*> lastPayload = nullptr;
 };
 
 Trace& trace() {
     static Trace* const trace = new Trace;  // Outlives whatever still reports at exit.
     return *trace;
-}
-
-void note(const std::string& call) {
-    std::function<void(const std::string&)> observer;
-    {
-        const std::lock_guard lock(trace().mutex);
-        trace().calls.push_back(call);
-        observer = trace().observer;
-    }
-    if (observer) observer(call);
 }
 
 /** True while a platform function of ours is at work: what it calls itself is not the library's. */
@@ -51,12 +46,14 @@ void noteReturn(const std::string& call) {
     if (observer) observer(call);
 }
 
-/** Notes a call and passes it on to the library that would have got it. */
+/** Notes a call of a function of ours and passes it on to the library that would have got it. */
 template <typename Function, typename... Arguments>
-auto passOn(const char* symbol, const std::string& call, Arguments... arguments) {
-    const auto next = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, symbol));
+auto passOn(Function& ours, const std::string& call, Arguments&&... arguments) {
+    Dl_info symbol = {};
+    dladdr(reinterpret_cast<void*>(&ours), &symbol);
+    const auto next = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, symbol.dli_sname));
     if (inside) return next(arguments...);
-    note(call);
+    noteCall(call);
     inside = true;
     const auto result = next(arguments...);
     inside = false;
@@ -76,6 +73,16 @@ std::string format(const char* pattern, va_list arguments) {
 
 }  // namespace
 
+void noteCall(const std::string& call) {
+    std::function<void(const std::string&)> observer;
+    {
+        const std::lock_guard lock(trace().mutex);
+        trace().calls.push_back(call);
+        observer = trace().observer;
+    }
+    if (observer) observer(call);
+}
+
 void PrintTo(const LogLine& line, std::ostream* out) {
     *out << line.priority << ' ' << line.tag << ": " << line.text;
 }
@@ -86,6 +93,7 @@ void resetTrace() {
     trace().calls.clear();
     trace().observer = nullptr;
     trace().returnObserver = nullptr;
+    trace().fileAnswer.reset();
 }
 
 std::vector<LogLine> logLines() {
@@ -113,6 +121,11 @@ std::string propertyBuffer() {
     return trace().propertyBuffer;
 }
 
+void answerFileReads(const std::string& content, bool result) {
+    const std::lock_guard lock(trace().mutex);
+    trace().fileAnswer = {content, result};
+}
+
 const void* lastPayloadPointer() {
     return trace().lastPayload;
 }
@@ -126,7 +139,7 @@ int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
         const std::lock_guard lock(trace().mutex);
         trace().lines.push_back(line);
     }
-    note("log " + std::to_string(prio) + " " + line.text);
+    noteCall("log " + std::to_string(prio) + " " + line.text);
     return 1;
 }
 
@@ -135,35 +148,54 @@ int property_get(const char* key, char* value, const char* default_value) {
         const std::lock_guard lock(trace().mutex);
         trace().propertyBuffer.assign(value, PROPERTY_VALUE_MAX);
     }
-    return passOn<decltype(property_get)>(
-        "property_get", std::string("property_get ") + key + " default " + default_value, key,
-        value, default_value);
+    return passOn(property_get, std::string("property_get ") + key + " default " + default_value,
+                  key, value, default_value);
 }
 
 int32_t property_get_int32(const char* key, int32_t default_value) {
-    return passOn<decltype(property_get_int32)>(
-        "property_get_int32",
+    return passOn(
+        property_get_int32,
         std::string("property_get_int32 ") + key + " default " + std::to_string(default_value), key,
         default_value);
 }
 
 int property_set(const char* key, const char* value) {
-    return passOn<decltype(property_set)>(
-        "property_set", std::string("property_set ") + key + " " + value, key, value);
+    return passOn(property_set, std::string("property_set ") + key + " " + value, key, value);
+}
+
+std::string android::base::GetProperty(const std::string& key, const std::string& default_value) {
+    return passOn(android::base::GetProperty, "GetProperty " + key + " default " + default_value,
+                  key, default_value);
+}
+
+bool android::base::ReadFileToString(const std::string& path, std::string* content,
+                                     bool follow_symlinks) {
+    const std::string call =
+        "ReadFileToString " + path + (follow_symlinks ? " following links" : "");
+    std::optional<std::pair<std::string, bool>> answer;
+    {
+        const std::lock_guard lock(trace().mutex);
+        answer = trace().fileAnswer;
+    }
+    if (!answer.has_value()) {
+        return passOn(android::base::ReadFileToString, call, path, content, follow_symlinks);
+    }
+    noteCall(call);
+    *content = answer->first;
+    return answer->second;
 }
 
 int __android_sysevents_buf_writes(long timeMs, int eventId, const unsigned char* payload,
                                    int payloadLength) {
     trace().lastPayload = payload;
-    return passOn<decltype(__android_sysevents_buf_writes)>(
-        "_Z30__android_sysevents_buf_writesliPKhi", "writes " + std::to_string(eventId), timeMs,
-        eventId, payload, payloadLength);
+    return passOn(__android_sysevents_buf_writes, "writes " + std::to_string(eventId), timeMs,
+                  eventId, payload, payloadLength);
 }
 
 int __android_sysevents_buf_single_file_writes(long timeMs, int eventId,
                                                const unsigned char* payload, int payloadLength) {
     trace().lastPayload = payload;
-    return passOn<decltype(__android_sysevents_buf_single_file_writes)>(
-        "_Z42__android_sysevents_buf_single_file_writesliPKhi",
-        "single_file_writes " + std::to_string(eventId), timeMs, eventId, payload, payloadLength);
+    return passOn(__android_sysevents_buf_single_file_writes,
+                  "single_file_writes " + std::to_string(eventId), timeMs, eventId, payload,
+                  payloadLength);
 }

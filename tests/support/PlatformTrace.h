@@ -6,8 +6,8 @@
 #include <vector>
 
 // What the library asked of the platform, in order. A test program that links this stands between
-// the library and liblog, the property service and the event buffer: each call is noted and, but
-// for log lines, passed on. Safe under any number of threads.
+// the library and liblog, libbase, the property service and the event buffer: each call is noted and,
+// but for log lines, passed on. Safe under any number of threads.
 
 struct LogLine {
     int priority;
@@ -31,15 +31,23 @@ std::vector<LogLine> logLines();
  *     property_get <name> default <value>
  *     property_get_int32 <name> default <value>
  *     property_set <name> <value>
+ *     GetProperty <name> default <value>
+ *     ReadFileToString <path> [following links]
  *     writes <event id>, single_file_writes <event id>
  */
 std::vector<std::string> calls();
+
+/** Adds a call that the library made elsewhere; observers hear of it too. */
+void noteCall(const std::string& call);
 
 /** Calls observer on the caller's thread as each call arrives, before it is passed on. */
 void observeCalls(std::function<void(const std::string& call)> observer);
 
 /** The same as each call that was passed on has returned, before its caller goes on. */
 void observeReturns(std::function<void(const std::string& call)> observer);
+
+/** Lets every further ReadFileToString leave this content and return this result. */
+void answerFileReads(const std::string& content, bool result);
 
 /** What the buffer for the value held when property_get was called last, all its 92 bytes. */
 std::string propertyBuffer();

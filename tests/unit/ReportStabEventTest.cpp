@@ -24,13 +24,6 @@ using Data = std::map<std::string, std::string>;
 
 class ReportStabEvent : public DeviceTest {
   protected:
-    /** The one record that was reported. */
-    static BufferedEvent onlyEvent() {
-        const auto all = events();
-        EXPECT_EQ(1u, all.size());
-        return all.empty() ? BufferedEvent{} : all.front();
-    }
-
     static StabEvent parsed(const BufferedEvent& event) {
         StabEvent record;
         EXPECT_TRUE(record.ParseFromString(event.payload));
@@ -166,20 +159,20 @@ TEST_F(ReportStabEvent, HandsOverABufferOfExactlyTheRecordsLength) {
 
     reportStabEvent(2, 300, "ab", 1, nullptr);
 
-    EXPECT_EQ((std::vector<size_t>{11}), allocations.arraySizes());
+    EXPECT_EQ(11u, allocations.sizeOf(lastPayloadPointer()));
     EXPECT_EQ(11u, onlyEvent().payload.size());
 }
 
 TEST_F(ReportStabEvent, KeepsTheBufferUntilTheOperationHasReturnedAndNoLonger) {
     Allocations allocations;
-    int heldDuringCall = -1;
-    observeCalls([&](const std::string&) { heldDuringCall = allocations.heldArrays(); });
+    bool heldAtReturn = false;
+    observeReturns(
+        [&](const std::string&) { heldAtReturn = allocations.isHeld(lastPayloadPointer()); });
 
     reportStabEvent(2, 300, "ab", 1, nullptr);
 
-    EXPECT_EQ(1, heldDuringCall);
-    EXPECT_EQ(0, allocations.heldArrays());
-    EXPECT_TRUE(allocations.wasArray(lastPayloadPointer()));
+    EXPECT_TRUE(heldAtReturn);
+    EXPECT_FALSE(allocations.isHeld(lastPayloadPointer()));
 }
 
 TEST_F(ReportStabEvent, LeavesNothingAllocated) {
@@ -192,12 +185,12 @@ TEST_F(ReportStabEvent, LeavesNothingAllocated) {
     reportStabEvent(2, 300, name, 1, &data);
 
     resetTrace();  // Forgets the notes that were taken meanwhile.
-    EXPECT_EQ(0, allocations.heldByThisThread());
+    EXPECT_EQ(0, allocations.held());
 }
 
 TEST_F(ReportStabEvent, LetsAFailedAllocationThrough) {
     Allocations allocations;
-    allocations.failArrays();
+    allocations.fail(11);
 
     EXPECT_THROW(reportStabEvent(2, 300, "ab", 1, nullptr), std::bad_alloc);
 

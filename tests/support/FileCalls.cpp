@@ -1,0 +1,63 @@
+#include "FileCalls.h"
+
+#include <dlfcn.h>
+#include <stdio.h>
+#include <sys/stat.h>
+
+#include <string>
+#include <string_view>
+
+#include "PlatformTrace.h"
+
+namespace {
+
+/** True for code of the library, by an address in it. */
+bool isOfLibrary(const void* code) {
+    Dl_info info = {};
+    return dladdr(code, &info) != 0 &&
+           std::string_view(info.dli_fname).find("libwardline.so") != std::string_view::npos;
+}
+
+std::string octal(mode_t mode) {
+    char text[16];
+    snprintf(text, sizeof(text), "%o", mode);
+    return text;
+}
+
+template <typename Function>
+Function* next(const char* symbol) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, symbol));
+}
+
+}  // namespace
+
+int stat(const char* path, struct stat* status) noexcept {
+    if (isOfLibrary(__builtin_return_address(0))) noteCall(std::string("stat ") + path);
+    return next<int(const char*, struct stat*)>("stat")(path, status);
+}
+
+mode_t umask(mode_t mask) noexcept {
+    if (isOfLibrary(__builtin_return_address(0))) noteCall("umask " + octal(mask));
+    return next<mode_t(mode_t)>("umask")(mask);
+}
+
+int mkdir(const char* path, mode_t mode) noexcept {
+    if (isOfLibrary(__builtin_return_address(0))) {
+        noteCall(std::string("mkdir ") + path + " " + octal(mode));
+    }
+    return next<int(const char*, mode_t)>("mkdir")(path, mode);
+}
+
+FILE* fopen(const char* path, const char* mode) {
+    if (isOfLibrary(__builtin_return_address(0))) {
+        noteCall(std::string("fopen ") + path + " " + mode);
+    }
+    return next<FILE*(const char*, const char*)>("fopen")(path, mode);
+}
+
+int chmod(const char* path, mode_t mode) noexcept {
+    if (isOfLibrary(__builtin_return_address(0))) {
+        noteCall(std::string("chmod ") + path + " " + octal(mode));
+    }
+    return next<int(const char*, mode_t)>("chmod")(path, mode);
+}
