@@ -1,7 +1,8 @@
 // The clock, the command line and the monitor directory; stability events to the platform's event
-// buffer; the core dump decision, and the notifications to the stability kernel driver.
+// buffer or into files; the core dump decision, and the notifications to the stability kernel driver.
 
 #include <android-base/file.h>
+#include <android-base/properties.h>
 #include <cutils/properties.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -138,6 +139,21 @@ std::vector<unsigned char> stabEventRecord(int eventType, int pid, const std::st
     return serialise(event);
 }
 
+/** Where the event of this time is filed. The values enter the name as they are, "/" too. */
+std::string stabEventPath(unsigned long timeMs) {
+    const std::string datetime = android::millisecondsToDatetime(timeMs);
+    // Deliberate: the defaults differ, so that the name tells which property was missing.
+    const std::string train = android::base::GetProperty("persist.sys.trainstarttime", "--");
+    const std::string ota = android::base::GetProperty("ro.os.ota.version", "-");
+    return monitorPath + "/.train_stabevent_1.00_" + ota + "_" + train + "_" + datetime + "_" +
+           std::to_string(timeMs);
+}
+
+void writeFile(const std::string& path, const std::vector<unsigned char>& content) {
+    const ScopedFile file(fopen(path.c_str(), "wb"));
+    if (file != nullptr) fwrite(content.data(), 1, content.size(), file.get());
+}
+
 }  // namespace
 
 void android::reportStabEvent(int eventType, int pid, const std::string& processName,
@@ -147,6 +163,20 @@ void android::reportStabEvent(int eventType, int pid, const std::string& process
     const auto record = stabEventRecord(eventType, pid, processName, timeMs, data);
     __android_sysevents_buf_single_file_writes(static_cast<long>(timeMs), kStabEventId,
                                                record.data(), static_cast<int>(record.size()));
+}
+
+void android::reportStabEventDirect(int eventType, int pid, const std::string& processName,
+                                    unsigned long timeMs,
+                                    const std::map<std::string, std::string>* data) {
+    if (!makeMonitorPath()) {
+        ALOGE("reportStabEventDirect can not createMonitorPath");
+        return;
+    }
+    timeMs = orNow(timeMs);
+    const auto record = stabEventRecord(eventType, pid, processName, timeMs, data);
+    const std::string path = stabEventPath(timeMs);
+    writeFile(path, record);
+    chmod(path.c_str(), 0777);
 }
 
 // Core dump decision.

@@ -45,6 +45,7 @@ functions=$(nm -DC --defined-only "$library" | cut -d ' ' -f 3- |
   sed -E "s/ +>/>/g; s/ +>/>/g; s/$string/STRING/g")
 map='std::map<STRING, STRING, std::less<STRING>, std::allocator<std::pair<STRING const, STRING>>> const*'
 for needed in "android::reportStabEvent(int, int, STRING const&, unsigned long, $map)" \
+  "android::reportStabEventDirect(int, int, STRING const&, unsigned long, $map)" \
   'android::getCmdline[abi:cxx11]()' 'android::millisecondsToDatetime[abi:cxx11](unsigned long)'; do
   grep -qxF "$needed" <<<"$functions" || report "$needed is not exported"
 done
@@ -62,7 +63,7 @@ grep -q 'NEEDED.*\[libprotobuf-lite\.so' <<<"$dynamic" || report 'not linked to 
 imports=$(nm -D --undefined-only "$library" | awk '{print $2}')
 for import in __android_log_print property_get property_set property_get_int32 \
   _Z42__android_sysevents_buf_single_file_writesliPKhi \
-  '_ZN7android4base16ReadFileToStringE.*'; do
+  '_ZN7android4base11GetPropertyE.*' '_ZN7android4base16ReadFileToStringE.*'; do
   grep -qx "$import" <<<"$imports" || report "$import is not called by its platform name"
 done
 

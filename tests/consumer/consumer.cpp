@@ -18,13 +18,15 @@ using Report = void(int, int, Text, unsigned long, const std::map<std::string, s
 void callEveryFunction() {
     bool (*const decide)(const char*) = android::needCoredump;
     Report* const report = android::reportStabEvent;
+    Report* const reportDirect = android::reportStabEventDirect;
     int64_t (*const timestamp)() = android::getTimestamp;
     std::string (*const datetime)(unsigned long) = android::millisecondsToDatetime;
     std::string (*const cmdline)() = android::getCmdline;
     bool (*const makePath)() = android::createMonitorPath;
 
     decide("consumer");
-    report(2, 1, cmdline(), 0, nullptr);
+    report(2, 1, "consumer", 0, nullptr);
+    reportDirect(2, 1, cmdline(), 0, nullptr);
     datetime(static_cast<unsigned long>(timestamp()));
     makePath();
     notify_extra_log_finish(1);

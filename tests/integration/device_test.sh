@@ -80,6 +80,13 @@ mkdir "$work/tmp"
 TMPDIR=$work/tmp device --temporary true
 expect 'a temporary root is removed' '' "$(ls -A "$work/tmp")"
 
+# shellcheck disable=SC2016  # For the shell inside.
+expect 'a small monitor file system is full' '8192 full' "$(device --temporary --monitor-size 8192 sh -c '
+  cd /data/syslog/monitor; head -c 9000 /dev/zero >file 2>/dev/null || echo "$(stat -c %s file) full"')"
+in_root --monitor-size 8192 touch /data/syslog/monitor/gone
+expect 'a small monitor file system is for one command' '' \
+  "$(in_root sh -c 'ls /data/syslog/monitor/gone 2>/dev/null || true')"
+
 expect 'records are listed while the command runs' 1 "$(device --temporary sh -c \
   '"$0/examples/system_killed" 6 1 2>/dev/null; "$0/host/devicectl" driver' "$build" |
   grep -c '^driver record')"
@@ -88,6 +95,10 @@ expect 'records are listed while the command runs' 1 "$(device --temporary sh -c
 expect_match 'unknown option' 'scripts/device: unknown option --nonsense*' \
   "$(device --nonsense true 2>&1 || true)"
 expect 'unknown option, exit code' 125 "$(status device --nonsense true)"
+for size in 0 1k -1 ''; do
+  expect "a monitor of $size bytes" 'scripts/device: --monitor-size needs a number of bytes' \
+    "$(device --monitor-size "$size" true 2>&1 || true)"
+done
 expect_match 'no command' 'scripts/device: no command*' "$(device 2>&1 || true)"
 expect_match 'stand-ins not built' "scripts/device: $work/host/devicectl is missing; build it: *" \
   "$("$script" --build "$work" true 2>&1 || true)"
