@@ -1,5 +1,5 @@
-// The clock, the command line and the monitor directory; stability events to the platform's event
-// buffer or into files; the core dump decision, and the notifications to the stability kernel driver.
+// The clock and the monitor directory; stability events and ART lock timeouts; the core dump decision,
+// and the notifications to the stability kernel driver.
 
 #include <android-base/file.h>
 #include <android-base/properties.h>
@@ -26,6 +26,7 @@
 #include "internal/ScopedUmask.h"
 #include "internal/StabNotifyRecord.h"
 #include "internal/SysEventsBuffer.h"
+#include "wardline/ArtLockTimeoutReport.h"
 #include "wardline/Cmdline.h"
 #include "wardline/Coredump.h"
 #include "wardline/MonitorPath.h"
@@ -108,6 +109,7 @@ bool android::createMonitorPath() {
 namespace {
 
 constexpr int kStabEventId = 36;
+constexpr int kArtLockTimeoutId = 39;
 
 /** The serialised record in a buffer of exactly its length; without a buffer when it is empty. */
 std::vector<unsigned char> serialise(const google::protobuf::MessageLite& record) {
@@ -177,6 +179,32 @@ void android::reportStabEventDirect(int eventType, int pid, const std::string& p
     const std::string path = stabEventPath(timeMs);
     writeFile(path, record);
     chmod(path.c_str(), 0777);
+}
+
+// ART lock timeouts.
+
+void android::reportArtLockTimeout(const std::string& name, const std::string& timestamp,
+                                   unsigned long waitTime, unsigned long owner,
+                                   const std::string& ownerDesc, const std::string& object,
+                                   const std::string& extra1, const std::string& extra2) {
+    // Deliberate: "wati_time" is the fixed wording of this line.
+    ALOGD("reportArtLockTimeout : %s, timestamp: %s, wati_time: %lu, owner: %lu: %s, object: %s",
+          name.c_str(), timestamp.c_str(), waitTime, owner, ownerDesc.c_str(), object.c_str());
+
+    ArtLockTimeoutData data;
+    ArtLockTimeout& timeout = *data.add_timeouts();
+    timeout.set_name(name);
+    timeout.set_timestamp(timestamp);
+    timeout.set_wait_time(waitTime);
+    timeout.set_owner(owner);
+    timeout.set_owner_desc(ownerDesc);
+    timeout.set_object(object);
+    timeout.set_extra1(extra1);
+    timeout.set_extra2(extra2);
+
+    const auto record = serialise(data);
+    __android_sysevents_buf_writes(wallClockMs(), kArtLockTimeoutId, record.data(),
+                                   static_cast<int>(record.size()));
 }
 
 // Core dump decision.

@@ -35,7 +35,9 @@ done
 for needed in notify_stab_ne notify_stab_system_killed notify_extra_log_finish notify_stab_block_logo \
   _ZN7android12needCoredumpEPKc _ZTV9StabEvent _StabEvent_default_instance_ \
   _ZTI28StabEvent_DataEntry_DoNotUse _StabEvent_DataEntry_DoNotUse_default_instance_ \
-  _ZN7android12getTimestampEv _ZN7android17createMonitorPathEv; do
+  _ZN7android12getTimestampEv _ZN7android17createMonitorPathEv \
+  _ZTV14ArtLockTimeout _ArtLockTimeout_default_instance_ \
+  _ZTV18ArtLockTimeoutData _ArtLockTimeoutData_default_instance_; do
   [[ " ${exports[*]} " == *" $needed "* ]] || report "$needed is not exported"
 done
 
@@ -46,6 +48,8 @@ functions=$(nm -DC --defined-only "$library" | cut -d ' ' -f 3- |
 map='std::map<STRING, STRING, std::less<STRING>, std::allocator<std::pair<STRING const, STRING>>> const*'
 for needed in "android::reportStabEvent(int, int, STRING const&, unsigned long, $map)" \
   "android::reportStabEventDirect(int, int, STRING const&, unsigned long, $map)" \
+  "android::reportArtLockTimeout(STRING const&, STRING const&, unsigned long, unsigned long, \
+STRING const&, STRING const&, STRING const&, STRING const&)" \
   'android::getCmdline[abi:cxx11]()' 'android::millisecondsToDatetime[abi:cxx11](unsigned long)'; do
   grep -qxF "$needed" <<<"$functions" || report "$needed is not exported"
 done
@@ -63,6 +67,7 @@ grep -q 'NEEDED.*\[libprotobuf-lite\.so' <<<"$dynamic" || report 'not linked to 
 imports=$(nm -D --undefined-only "$library" | awk '{print $2}')
 for import in __android_log_print property_get property_set property_get_int32 \
   _Z42__android_sysevents_buf_single_file_writesliPKhi \
+  _Z30__android_sysevents_buf_writesliPKhi \
   '_ZN7android4base11GetPropertyE.*' '_ZN7android4base16ReadFileToStringE.*'; do
   grep -qx "$import" <<<"$imports" || report "$import is not called by its platform name"
 done

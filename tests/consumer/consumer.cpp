@@ -1,6 +1,7 @@
 // Uses everything that the library exports, from a program that hides its own symbols.
 
 #include <google/protobuf/arena.h>
+#include <wardline/ArtLockTimeoutReport.h>
 #include <wardline/Cmdline.h>
 #include <wardline/Coredump.h>
 #include <wardline/MonitorPath.h>
@@ -19,6 +20,8 @@ void callEveryFunction() {
     bool (*const decide)(const char*) = android::needCoredump;
     Report* const report = android::reportStabEvent;
     Report* const reportDirect = android::reportStabEventDirect;
+    void (*const reportLock)(Text, Text, unsigned long, unsigned long, Text, Text, Text, Text) =
+        android::reportArtLockTimeout;
     int64_t (*const timestamp)() = android::getTimestamp;
     std::string (*const datetime)(unsigned long) = android::millisecondsToDatetime;
     std::string (*const cmdline)() = android::getCmdline;
@@ -27,7 +30,7 @@ void callEveryFunction() {
     decide("consumer");
     report(2, 1, "consumer", 0, nullptr);
     reportDirect(2, 1, cmdline(), 0, nullptr);
-    datetime(static_cast<unsigned long>(timestamp()));
+    reportLock("lock", datetime(static_cast<unsigned long>(timestamp())), 1, 2, "", "", "", "");
     makePath();
     notify_extra_log_finish(1);
 }
@@ -42,6 +45,9 @@ int main() {
     (*event->mutable_data())["key"] = "value";
     StabEvent copy(*event);
     copy.MergeFrom(StabEvent::default_instance());
+    ArtLockTimeoutData* const data =
+        google::protobuf::Arena::CreateMessage<ArtLockTimeoutData>(&arena);
+    data->add_timeouts()->set_name("name");
     StabEvent parsed;
     return parsed.ParseFromString(copy.SerializeAsString()) && parsed.data().at("key") == "value"
                ? 0
