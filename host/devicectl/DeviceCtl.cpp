@@ -6,6 +6,7 @@
 #include <string.h>
 
 #include "RunCommand.h"
+#include "ShowFiles.h"
 #include "ShowRecords.h"
 
 namespace {
@@ -17,6 +18,7 @@ int usage() {
         "usage: devicectl run COMMAND [ARG...]  run with the stability driver at work\n"
         "       devicectl driver [FIRST]        print what the driver got, from record FIRST on\n"
         "       devicectl events [FIRST]        print the event buffer, from record FIRST on\n"
+        "       devicectl files                 print the stability event files\n"
         "       devicectl getprop NAME          print a system property\n"
         "       devicectl setprop NAME VALUE    set a system property\n",
         stderr);
@@ -51,6 +53,7 @@ int main(int argc, char** argv) {
     if (strcmp(verb, "run") == 0 && argc > 2) return runCommand(argv + 2);
     if (strcmp(verb, "driver") == 0 && argc <= 3) return show(showDriverRecords, argv[2]);
     if (strcmp(verb, "events") == 0 && argc <= 3) return show(showEvents, argv[2]);
+    if (strcmp(verb, "files") == 0 && argc == 2) return showFiles(), EXIT_SUCCESS;
     if (strcmp(verb, "getprop") == 0 && argc == 3) return getProperty(argv[2]);
     if (strcmp(verb, "setprop") == 0 && argc == 4) return setProperty(argv[2], argv[3]);
     return usage();

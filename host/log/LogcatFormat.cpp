@@ -24,6 +24,8 @@ void printLine(const __android_logger_data* data, const char* message) {
 
 [[gnu::constructor]] void useLogcatFormat() {
     __android_log_set_logger(printLine);
+    // Off a device liblog would drop what is below INFO.
+    __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
 }
 
 }  // namespace

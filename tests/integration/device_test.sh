@@ -60,6 +60,17 @@ expect 'driver records are listed from an index on' 'driver record 1: 136 bytes'
 expect 'events are kept' 2 "$(devicectl events | grep -c '^event')"
 expect_match 'events are decoded' '*event_type    4*process_name  "zygote"*pid           2*' \
   "$(devicectl events 1)"
+in_root sh -c 'cd /data/syslog/monitor && mkdir stabevent && cd stabevent &&
+  echo d >.train_stabevent_1.00_V_1_T_202311142213_1700000000123 && echo d >other'
+expect_match 'event files are listed, with values that cannot be told apart' \
+  'file ".train_stabevent_1.00_V_1_T_202311142213_1700000000123": 2 bytes, mode *
+  OTA and train "V_1_T"
+  date, time    202311142213, local time
+  timestamp     1700000000123
+  damaged: not a whole StabEvent
+*file "other": 2 bytes, mode *
+  not the name of a stability event file
+  damaged: *' "$(devicectl files)"
 in_root rm /dev/stabd
 expect 'what the command removed stays removed' gone "$(in_root sh -c '[ -e /dev/stabd ] || echo gone')"
 

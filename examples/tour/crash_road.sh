@@ -2,38 +2,13 @@
 # Crashes programs in a workstation device and shows all that the library did about each crash. Run it
 # inside a device:
 #
-#   scripts/device --temporary examples/crash_road.sh build/host
-set -Eeuo pipefail
-
+#   scripts/device --temporary examples/tour/crash_road.sh build/host
 build=$1
+# shellcheck source-path=SCRIPTDIR
+. "$(dirname "$0")/show.sh"
 handler=$build/examples/crash_handler
 victim=$build/examples/victim
-devicectl=$build/host/devicectl
 kernel=/proc/sys/kernel
-records=0  # How many driver records, and as many events, have been shown.
-
-fail() {
-  echo "crash_road.sh: $1" >&2
-  exit 1
-}
-trap 'fail "a step failed: $BASH_COMMAND"' ERR
-
-title() { printf '\n==== %s\n' "$1"; }
-section() { printf '\n%s\n' "-- $1"; }
-
-# Runs a command and shows its words and the library's log lines.
-with_log() {
-  local text
-  section "log"
-  text=$("$@" 2>&1) || fail "$* failed: $text"
-  echo "${text:-none}"
-}
-
-show_property() {
-  local value
-  value=$("$devicectl" getprop "$1")
-  echo "$1 = ${value:-(unset)}"
-}
 
 show_coredump_decision() { # show_coredump_decision NAME EXPECTED-SWITCH
   local disable verdict=refused
@@ -46,17 +21,9 @@ show_coredump_decision() { # show_coredump_decision NAME EXPECTED-SWITCH
   show_property "dumpstate.coredump.${1//\//-}"
 }
 
-# Shows the driver records and events that are new since the last call.
 show_records() { # show_records EXPECTED-COUNT
-  local kind text
-  for kind in driver events; do
-    [ "$kind" = driver ] && section "driver record" || section "stability event"
-    text=$("$devicectl" "$kind" "$records")
-    [ "$(grep -c '^[a-z]' <<<"$text" || true)" = "$1" ] ||
-      fail "expected $1 new records from devicectl $kind, got: $text"
-    echo "${text:-none}"
-  done
-  records=$((records + $1))
+  show_new "driver record" driver "$1"
+  show_new "stability event" events "$1"
 }
 
 show_latch() { # show_latch EXPECTED-VALUE
@@ -78,6 +45,7 @@ killed() { # killed CAUSE EXPECTED-RECORDS EXPECTED-LATCH
   show_latch "$3"
 }
 
+tour "Native crashes, and kills of system_server and zygote"
 echo 1 >"$kernel/coredump_trim_flag"
 
 title "1. A program reads through a bad pointer. One core dump for each name: this one is allowed"
