@@ -5,9 +5,9 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <regex>
 #include <set>
 #include <string>
+#include <string_view>
 
 #include "PrintRecord.h"
 
@@ -16,25 +16,38 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr char kDirectory[] = "/data/syslog/monitor/stabevent";
+constexpr std::string_view kPrefix = ".train_stabevent_1.00_";
+constexpr size_t kDatetimeDigits = 12;  // More after the year 9999.
+
+/** Takes the last "_" and the digits after it off text; returns the digits, or nothing. */
+std::string_view takeNumber(std::string_view* text) {
+    const size_t separator = text->rfind('_');
+    if (separator == text->npos) return {};
+    const std::string_view number = text->substr(separator + 1);
+    if (number.find_first_not_of("0123456789") != number.npos) return {};
+    text->remove_suffix(number.size() + 1);
+    return number;
+}
 
 /** Prints the parts of a file's name; a version and a start time with "_" in them stay joined. */
-void printName(const std::string& name) {
-    static const std::regex kPattern(R"(\.train_stabevent_1\.00_([^]*)_([0-9]{12,})_([0-9]+))");
-    std::smatch parts;
-    if (!std::regex_match(name, parts, kPattern)) {
+void printName(std::string_view name) {
+    const bool isEvent = name.starts_with(kPrefix);
+    if (isEvent) name.remove_prefix(kPrefix.size());
+    const std::string timestamp(takeNumber(&name));
+    const std::string datetime(takeNumber(&name));
+    if (!isEvent || timestamp.empty() || datetime.size() < kDatetimeDigits) {
         printf("  not the name of a stability event file\n");
         return;
     }
-    const std::string values = parts[1];
-    const size_t separator = values.find('_');
-    if (std::ranges::count(values, '_') == 1) {
-        printf("  OTA version   %s\n", inQuotes(values.substr(0, separator)).c_str());
-        printf("  train start   %s\n", inQuotes(values.substr(separator + 1)).c_str());
+    if (std::ranges::count(name, '_') == 1) {
+        const size_t separator = name.find('_');
+        printf("  OTA version   %s\n", inQuotes(name.substr(0, separator)).c_str());
+        printf("  train start   %s\n", inQuotes(name.substr(separator + 1)).c_str());
     } else {
-        printf("  OTA and train %s\n", inQuotes(values).c_str());
+        printf("  OTA and train %s\n", inQuotes(name).c_str());
     }
-    printf("  date, time    %s, local time\n", parts[2].str().c_str());
-    printf("  timestamp     %s\n", parts[3].str().c_str());
+    printf("  date, time    %s, local time\n", datetime.c_str());
+    printf("  timestamp     %s\n", timestamp.c_str());
 }
 
 void printFile(const fs::path& path) {

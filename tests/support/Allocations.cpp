@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <array>
 #include <new>
-#include <ranges>
 #include <span>
 
 namespace {
@@ -57,9 +56,10 @@ Allocations::~Allocations() {
 
 size_t Allocations::sizeOf(const void* pointer) const {
     // An address may have been used more than once; the latest counts.
-    const auto latest = std::views::reverse(allocations());
-    const auto found = std::ranges::find(latest, pointer, &Allocation::pointer);
-    return found == latest.end() ? 0 : found->size;
+    const auto all = allocations();
+    const auto found =
+        std::find_if(all.rbegin(), all.rend(), [&](auto& a) { return a.pointer == pointer; });
+    return found == all.rend() ? 0 : found->size;
 }
 
 bool Allocations::isHeld(const void* pointer) const {

@@ -92,8 +92,10 @@ TEST_F(Cmdline, ChangesNoOtherByte) {
               cmdlineOf({"a b\t\nc", "\x01\x7f", "\xff\xc3\xa4", "%", "\\ "}));
 }
 
-TEST_F(Cmdline, KeepsSpacesAndNewlinesAtTheEnd) {
-    EXPECT_EQ("a b \n ", cmdlineOf({"a", "b \n ", ""}));
+TEST_F(Cmdline, DropsNothingButNulsAtTheEnd) {
+    for (const char* end : {" ", "\n", "\t", "\r", "\x01", "\xff", "0"}) {
+        EXPECT_EQ(std::string("a b") + end, cmdlineOf({"a", std::string("b") + end, ""}));
+    }
 }
 
 TEST_F(Cmdline, IsWholeHoweverLong) {
