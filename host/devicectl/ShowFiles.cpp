@@ -22,9 +22,9 @@ constexpr size_t kDatetimeDigits = 12;  // More after the year 9999.
 /** Takes the last "_" and the digits after it off text; returns the digits, or nothing. */
 std::string_view takeNumber(std::string_view* text) {
     const size_t separator = text->rfind('_');
-    if (separator == text->npos) return {};
+    if (separator == std::string_view::npos) return {};
     const std::string_view number = text->substr(separator + 1);
-    if (number.find_first_not_of("0123456789") != number.npos) return {};
+    if (number.find_first_not_of("0123456789") != std::string_view::npos) return {};
     text->remove_suffix(number.size() + 1);
     return number;
 }

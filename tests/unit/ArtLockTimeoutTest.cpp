@@ -130,6 +130,13 @@ TEST(ArtLockTimeoutRecord, KeepsKnownFieldsOfAnotherWireTypeAsUnknown) {
     EXPECT_EQ(bytes, timeout.SerializeAsString());
 }
 
+TEST(ArtLockTimeoutRecord, HasNoOtherField) {
+    // A known field would be written before those that came earlier.
+    const std::string bytes = bytesOf("5A 01 61 52 01 62 4A 01 63 58 01 50 02 48 03");
+
+    EXPECT_EQ(bytes, parse(bytes).SerializeAsString());
+}
+
 TEST(ArtLockTimeoutDataRecord, WritesATimeoutAsASubmessage) {
     ArtLockTimeoutData data;
     *data.add_timeouts() = allEmpty();
@@ -162,8 +169,8 @@ TEST(ArtLockTimeoutDataRecord, WritesUnknownFieldsUnchangedAfterTheTimeouts) {
 }
 
 TEST(ArtLockTimeoutDataRecord, HasNoOtherField) {
-    // Whatever else arrives is kept as unknown, in the order of arrival.
-    const std::string bytes = bytesOf("3A 01 61 10 01 08 05");
+    // A known field would be written before those that came earlier.
+    const std::string bytes = bytesOf("1A 01 61 12 01 62 18 01 10 02 08 05");
 
     const auto data = parse<ArtLockTimeoutData>(bytes);
 

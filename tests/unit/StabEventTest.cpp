@@ -185,6 +185,13 @@ TEST(StabEventRecord, WritesUnknownFieldsAfterTheData) {
     EXPECT_EQ(bytesOf("2A 04 0A 00 12 00 30 07"), event.SerializeAsString());
 }
 
+TEST(StabEventRecord, HasNoOtherField) {
+    // A known field would be written before those that came earlier.
+    const std::string bytes = bytesOf("42 01 61 3A 01 62 32 01 63 40 01 38 02 30 03");
+
+    EXPECT_EQ(bytes, parse(bytes).SerializeAsString());
+}
+
 TEST(StabEventRecord, KeepsKnownFieldsOfAnotherWireTypeAsUnknown) {
     // Fields 1, 3 and 4 as texts, fields 2 and 5 as numbers.
     const std::string bytes = bytesOf("0A 01 61 10 05 1A 01 62 22 01 63 28 06");
