@@ -1,6 +1,6 @@
 /**
- * Reporting of locks that the managed runtime (ART) waited on for too long. The record that receivers
- * read is the message ArtLockTimeoutData, with one ArtLockTimeout in it.
+ * Reporting of locks that the managed runtime (ART) waited on for too long. The record that
+ * receivers read is the message ArtLockTimeoutData, with one ArtLockTimeout in it.
  */
 #pragma once
 
@@ -23,15 +23,16 @@ namespace android {
  * @param extra1     further text, which is not logged.
  * @param extra2     further text, which is not logged.
  *
- * Texts are copied into the record whole, with any bytes, and may be empty; the log line shows each up
- * to its first NUL.
+ * Texts are copied into the record whole, with any bytes, and may be empty; the log line shows each
+ * up to its first NUL.
  *
  * Effects: one record with event id 39, which always carries all eight fields; and before it one
- * DEBUG line, "reportArtLockTimeout : %s, timestamp: %s, wati_time: %lu, owner: %lu: %s, object: %s",
- * of which the log keeps about the first 1000 bytes. The label "wati_time" is deliberate.
+ * DEBUG line, of which the log keeps the first 1023 bytes. Its label "wati_time" is deliberate:
  *
- * Errors: none reported; a record that the platform drops is lost silently. An allocation that
- * fails raises std::bad_alloc through the caller.
+ *     reportArtLockTimeout : %s, timestamp: %s, wati_time: %lu, owner: %lu: %s, object: %s
+ *
+ * Errors: none reported; a record that the platform drops is lost silently, and one of 2 GiB or
+ * more is sent empty. An allocation that fails raises std::bad_alloc through the caller.
  *
  * Threads: any number at once; takes no lock, keeps no state.
  */

@@ -17,8 +17,9 @@ namespace android {
  *
  * Effects: none; nothing is logged.
  *
- * Errors: a file that cannot be read, for instance for want of a descriptor, gives the empty text. An
- * allocation that fails raises std::bad_alloc through the caller.
+ * Errors: a file that cannot be opened, for instance for want of a descriptor, gives the empty
+ * text; a reading that breaks off gives what was read, with its NULs. An allocation that fails
+ * raises std::bad_alloc through the caller.
  *
  * Threads: any number at once.
  */

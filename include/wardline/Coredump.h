@@ -32,8 +32,8 @@ namespace android {
  *    value of the decision before.
  *
  * Errors, each answered with false and without any effect:
- *  - a policy node that cannot be opened logs "Failed to open sysctl node for read", deliberately at
- *    INFO;
+ *  - a policy node that cannot be opened logs "Failed to open sysctl node for read", deliberately
+ *    at INFO;
  *  - one that holds no integer logs "error reading integer from coredump_trim_flag" at ERROR.
  *
  * Threads: any number at once; no lock, no state in the library. The latch is read and then set,

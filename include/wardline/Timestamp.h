@@ -1,6 +1,6 @@
 /**
- * The clock by which libwardline dates its reports, and the form in which a date enters the name of a
- * stability event file.
+ * The clock by which libwardline dates its reports, and the form in which a date enters the name of
+ * a stability event file.
  */
 #pragma once
 
@@ -32,10 +32,11 @@ WARDLINE_EXPORT int64_t getTimestamp();
  *
  * The time zone is the process's own, from TZ or the system's setting at the time of the call.
  *
- * Effects: overwrites the process's one buffer of localtime(). Errors: none.
+ * Effects: those of localtime(): overwrites the process's one buffer, and sets tzname, timezone and
+ * daylight anew. Errors: none, but for an allocation that fails.
  *
- * Threads: callers share that buffer. A call that meets another one, or any use of localtime(), in
- * another thread may give a mixed text; whoever needs more keeps them apart.
+ * Threads: callers share that buffer. A call that meets another one, any other use of localtime(),
+ * or a change of TZ in another thread may give a mixed text; whoever needs more keeps them apart.
  */
 WARDLINE_EXPORT std::string millisecondsToDatetime(unsigned long ms);
 

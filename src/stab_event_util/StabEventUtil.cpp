@@ -1,5 +1,5 @@
-// The clock and the monitor directory; stability events and ART lock timeouts; the core dump decision,
-// and the notifications to the stability kernel driver.
+// The clock and the monitor directory; stability events and ART lock timeouts; the core dump
+// decision, and the notifications to the stability kernel driver.
 
 #include <android-base/file.h>
 #include <android-base/properties.h>
@@ -48,9 +48,8 @@ constexpr int kExtraLogFinished = 10;  // Driver record only.
 
 namespace {
 
-constexpr unsigned long kMsPerSecond = 1000;
-
-// The library's own reports call this one: another library may export a getTimestamp() too.
+// The library's own reports call this, not getTimestamp(): another library of the process may
+// export that name too.
 long wallClockMs() {
     timeval now;
     gettimeofday(&now, nullptr);
@@ -64,8 +63,8 @@ int64_t android::getTimestamp() {
 }
 
 std::string android::millisecondsToDatetime(unsigned long ms) {
-    const auto seconds = static_cast<time_t>(ms / kMsPerSecond);
-    char text[32];  // Years of up to nine digits.
+    const auto seconds = static_cast<time_t>(ms / 1000);
+    char text[32];  // The greatest time takes 17 digits and the NUL.
     const size_t length = strftime(text, sizeof(text), "%Y%m%d%H%M", localtime(&seconds));
     return {text, length};
 }
@@ -88,13 +87,15 @@ namespace {
 const std::string monitorPath = "/data/syslog/monitor/stabevent";
 
 /**
- * Deliberate: true means that this call made the directory, or that the path is no directory. An
- * existing directory makes mkdir fail, so a second call returns false.
+ * Deliberate: true means that this call made the directory, or that something other than a
+ * directory has the path. An existing directory makes mkdir fail, so a second call returns false.
+ *
+ * The file writer calls this, not createMonitorPath(), which another library may export too.
  */
 bool makeMonitorPath() {
     struct stat status;
     if (stat(monitorPath.c_str(), &status) == 0 && !S_ISDIR(status.st_mode)) return true;
-    const ScopedUmask everything(0);
+    const ScopedUmask noMask(0);
     return mkdir(monitorPath.c_str(), 0777) == 0;
 }
 
@@ -125,7 +126,7 @@ std::vector<unsigned char> serialise(const google::protobuf::MessageLite& record
 
 namespace {
 
-unsigned long orNow(unsigned long timeMs) {
+unsigned long nowIfZero(unsigned long timeMs) {
     return timeMs != 0 ? timeMs : static_cast<unsigned long>(wallClockMs());
 }
 
@@ -161,7 +162,7 @@ void writeFile(const std::string& path, const std::vector<unsigned char>& conten
 void android::reportStabEvent(int eventType, int pid, const std::string& processName,
                               unsigned long timeMs,
                               const std::map<std::string, std::string>* data) {
-    timeMs = orNow(timeMs);
+    timeMs = nowIfZero(timeMs);
     const auto record = stabEventRecord(eventType, pid, processName, timeMs, data);
     __android_sysevents_buf_single_file_writes(static_cast<long>(timeMs), kStabEventId,
                                                record.data(), static_cast<int>(record.size()));
@@ -174,7 +175,7 @@ void android::reportStabEventDirect(int eventType, int pid, const std::string& p
         ALOGE("reportStabEventDirect can not createMonitorPath");
         return;
     }
-    timeMs = orNow(timeMs);
+    timeMs = nowIfZero(timeMs);
     const auto record = stabEventRecord(eventType, pid, processName, timeMs, data);
     const std::string path = stabEventPath(timeMs);
     writeFile(path, record);
