@@ -13,7 +13,7 @@
 std::string readProperty(const std::string& name);
 
 /**
- * Stores a value of any length; with once, only if the property does not exist yet. False when it did
- * not, and for a name that is no legal one.
+ * Stores a value of any length; with once, only if the property does not exist yet. False when it
+ * did not, and for a name that is no legal one.
  */
 bool writeProperty(const std::string& name, std::string_view value, bool once);

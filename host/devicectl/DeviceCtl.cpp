@@ -1,5 +1,6 @@
 // Looks at the workstation device from inside, and runs commands in it. scripts/device calls it.
 
+#include <android-base/properties.h>
 #include <cutils/properties.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -26,9 +27,8 @@ int usage() {
 }
 
 int getProperty(const char* name) {
-    char value[PROPERTY_VALUE_MAX];
-    property_get(name, value, "");
-    puts(value);
+    // Whole, where property_get would cut it.
+    puts(android::base::GetProperty(name, "").c_str());
     return EXIT_SUCCESS;
 }
 

@@ -53,6 +53,8 @@ in_root "$build/examples/system_killed" 6 1 2>/dev/null
 in_root "$build/examples/system_killed" 6 2 2>/dev/null
 expect 'files are kept' kept "$(in_root cat /data/syslog/monitor/file)"
 expect 'kernel switches are kept' 1 "$(in_root cat /proc/sys/kernel/coredump_trim_flag)"
+devicectl setprop ro.long "$(printf 'v%.0s' {1..120})"
+expect 'a long property is shown whole' "$(printf 'v%.0s' {1..120})" "$(devicectl getprop ro.long)"
 expect 'properties are kept' 'value of sys.a' "$(devicectl getprop sys.a)"
 expect 'driver records are kept' 2 "$(devicectl driver | grep -c '^driver record')"
 expect 'driver records are listed from an index on' 'driver record 1: 136 bytes' \
@@ -91,10 +93,12 @@ mkdir "$work/tmp"
 TMPDIR=$work/tmp device --temporary true
 expect 'a temporary root is removed' '' "$(ls -A "$work/tmp")"
 
+page=$(getconf PAGESIZE)
 # shellcheck disable=SC2016  # For the shell inside.
-expect 'a small monitor file system is full' '8192 full' "$(device --temporary --monitor-size 8192 sh -c '
-  cd /data/syslog/monitor; head -c 9000 /dev/zero >file 2>/dev/null || echo "$(stat -c %s file) full"')"
-in_root --monitor-size 8192 touch /data/syslog/monitor/gone
+expect 'a small monitor file system is full' "$page full" \
+  "$(device --temporary --monitor-size "$page" sh -c 'cd /data/syslog/monitor
+    head -c 100000 /dev/zero >file 2>/dev/null || echo "$(stat -c %s file) full"')"
+in_root --monitor-size "$page" touch /data/syslog/monitor/gone
 expect 'a small monitor file system is for one command' '' \
   "$(in_root sh -c 'ls /data/syslog/monitor/gone 2>/dev/null || true')"
 
@@ -106,7 +110,7 @@ expect 'records are listed while the command runs' 1 "$(device --temporary sh -c
 expect_match 'unknown option' 'scripts/device: unknown option --nonsense*' \
   "$(device --nonsense true 2>&1 || true)"
 expect 'unknown option, exit code' 125 "$(status device --nonsense true)"
-for size in 0 1k -1 ''; do
+for size in 0 1k -1 '' 9999999999999999999; do
   expect "a monitor of $size bytes" 'scripts/device: --monitor-size needs a number of bytes' \
     "$(device --monitor-size "$size" true 2>&1 || true)"
 done

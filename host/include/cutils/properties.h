@@ -9,7 +9,7 @@
 
 #include <stdint.h>
 
-/* Room for the longest value that can change and its NUL; one that is written once may be longer. */
+/* Room for the longest value and its NUL. A value that is written once may be longer. */
 #define PROPERTY_VALUE_MAX 92
 
 #ifdef __cplusplus
@@ -18,8 +18,8 @@ extern "C" {
 
 /*
  * Copies the value of key, cut to PROPERTY_VALUE_MAX bytes, into value, which has that room, and
- * returns the copy's length. An absent or empty value gives default_value, cut as well, or "" when it
- * is null.
+ * returns the copy's length. An absent or empty value gives default_value, cut as well, or "" when
+ * it is null.
  */
 int property_get(const char* key, char* value, const char* default_value);
 
