@@ -33,28 +33,36 @@ for pattern in "${patterns[@]}"; do
 done
 
 for needed in notify_stab_ne notify_stab_system_killed notify_extra_log_finish notify_stab_block_logo \
-  _ZN7android12needCoredumpEPKc _ZTV9StabEvent _StabEvent_default_instance_ \
+  _ZTV9StabEvent _ZTI9StabEvent _ZTS9StabEvent _StabEvent_default_instance_ \
   _ZTI28StabEvent_DataEntry_DoNotUse _StabEvent_DataEntry_DoNotUse_default_instance_ \
-  _ZN7android12getTimestampEv _ZN7android17createMonitorPathEv \
-  _ZTV14ArtLockTimeout _ArtLockTimeout_default_instance_ \
-  _ZTV18ArtLockTimeoutData _ArtLockTimeoutData_default_instance_; do
+  _ZTV14ArtLockTimeout _ZTI14ArtLockTimeout _ZTS14ArtLockTimeout _ArtLockTimeout_default_instance_ \
+  _ZTV18ArtLockTimeoutData _ZTI18ArtLockTimeoutData _ZTS18ArtLockTimeoutData \
+  _ArtLockTimeoutData_default_instance_; do
   [[ " ${exports[*]} " == *" $needed "* ]] || report "$needed is not exported"
 done
 
-# The functions whose symbols depend on the standard library, as a caller declares them.
-string='std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char>>'
-functions=$(nm -DC --defined-only "$library" | cut -d ' ' -f 3- |
-  sed -E "s/ +>/>/g; s/ +>/>/g; s/$string/STRING/g")
-map='std::map<STRING, STRING, std::less<STRING>, std::allocator<std::pair<STRING const, STRING>>> const*'
-for needed in "android::reportStabEvent(int, int, STRING const&, unsigned long, $map)" \
-  "android::reportStabEventDirect(int, int, STRING const&, unsigned long, $map)" \
-  "android::reportArtLockTimeout(STRING const&, STRING const&, unsigned long, unsigned long, \
-STRING const&, STRING const&, STRING const&, STRING const&)" \
-  'android::getCmdline[abi:cxx11]()' 'android::millisecondsToDatetime[abi:cxx11](unsigned long)'; do
-  grep -qxF "$needed" <<<"$functions" || report "$needed is not exported"
-done
+# All that namespace android exports, as callers declare it.
+android_exports() {
+  local string='std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char>>'
+  nm -DC --defined-only "$library" | cut -d ' ' -f 3- |
+    sed -E "s/ +>/>/g; s/ +>/>/g; s/$string/STRING/g" | grep '^android::' | sort
+}
+attributes='std::map<STRING, STRING, std::less<STRING>, '
+attributes+='std::allocator<std::pair<STRING const, STRING>>> const*'
+diff <(android_exports) <(sort <<END
+android::createMonitorPath()
+android::getCmdline[abi:cxx11]()
+android::getTimestamp()
+android::millisecondsToDatetime[abi:cxx11](unsigned long)
+android::needCoredump(char const*)
+android::reportArtLockTimeout(STRING const&, STRING const&, unsigned long, unsigned long, \
+STRING const&, STRING const&, STRING const&, STRING const&)
+android::reportStabEvent(int, int, STRING const&, unsigned long, $attributes)
+android::reportStabEventDirect(int, int, STRING const&, unsigned long, $attributes)
+END
+) || report 'namespace android exports something else (<) than it should (>)'
 
-for internal in '^_ZNK\?St' '^_ZSt' 'notify_stab_driver' '^_ZTVN6google' 'ScopedFd' 'ScopedUmask' 'monitorPath'; do
+for internal in '^_ZNK\?St' '^_ZSt' 'notify_stab_driver' '^_ZTVN6google' 'Scoped' 'monitorPath'; do
   ! printf '%s\n' "${exports[@]}" | grep "$internal" || report "$internal is exported"
 done
 

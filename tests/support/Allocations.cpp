@@ -29,7 +29,10 @@ void* allocate(size_t size) {
     if (size == failingSize) throw std::bad_alloc();
     void* const pointer = malloc(std::max<size_t>(size, 1));
     if (pointer == nullptr) abort();
-    if (watching && logged < log.size()) log[logged++] = {pointer, size, true};
+    if (watching) {
+        if (logged == log.size()) abort();
+        log[logged++] = {pointer, size, true};
+    }
     return pointer;
 }
 

@@ -2,11 +2,9 @@
 
 #include <stddef.h>
 
-#include <vector>
-
 /**
  * Watches what the current thread allocates with new and new[], for as long as it lives; one at a
- * time. What it counts itself goes to malloc() and is not seen.
+ * time, and for 1000 allocations at most. What it counts itself goes to malloc() and is not seen.
  */
 class Allocations {
   public:

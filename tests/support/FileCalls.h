@@ -1,7 +1,7 @@
 #pragma once
 
-// A test program that links this notes the library's calls to the C library that concern a path or the
-// umask, in one order with its other calls (see PlatformTrace.h), before they are passed on:
+// A test program that links this notes the library's calls to the C library that concern a path or
+// the umask, in one order with its other calls (see PlatformTrace.h), before they are passed on:
 //
 //     stat <path>
 //     umask <octal>

@@ -1,7 +1,6 @@
 #include "MonitorTest.h"
 
 #include <linux/capability.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -36,11 +35,9 @@ void setEffective(unsigned capability, bool effective) {
 MonitorTest::MonitorTest() : umask_(umask(0077)) {
     fs::create_directories(kParent);
     emptyFolder(kParent);
-    setenv("TZ", "UTC0", 1);
 }
 
 MonitorTest::~MonitorTest() {
-    unsetenv("TZ");
     fs::create_directories(kParent);
     emptyFolder(kParent);
     umask(umask_);
@@ -68,8 +65,10 @@ mode_t currentUmask() {
 
 WithoutOverride::WithoutOverride() {
     setEffective(CAP_DAC_OVERRIDE, false);
+    setEffective(CAP_DAC_READ_SEARCH, false);
 }
 
 WithoutOverride::~WithoutOverride() {
     setEffective(CAP_DAC_OVERRIDE, true);
+    setEffective(CAP_DAC_READ_SEARCH, true);
 }

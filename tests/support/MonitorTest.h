@@ -6,10 +6,11 @@
 #include <string>
 
 #include "DeviceTest.h"
+#include "TimeZone.h"
 
 /**
- * A test in a device whose /data/syslog/monitor is empty, under the umask 077 and in the time zone UTC.
- * All of it is as before when the test ends.
+ * A test in a device whose /data/syslog/monitor is empty, under the umask 077 and in the time zone
+ * UTC. Umask and time zone are as before when the test ends, and the directory is empty again.
  */
 class MonitorTest : public DeviceTest {
   protected:
@@ -22,6 +23,8 @@ class MonitorTest : public DeviceTest {
     /** The names of all files in the monitor directory and its folders, below the directory. */
     static std::set<std::string> files();
 
+    TimeZone zone_{"UTC0"};
+
   private:
     mode_t umask_;
 };
@@ -29,7 +32,7 @@ class MonitorTest : public DeviceTest {
 /** The umask of this process, read without changing it. */
 mode_t currentUmask();
 
-/** Takes from the current thread what root may do against permission bits, for as long as it lives. */
+/** While it lives, the current thread obeys permission bits, even as root. */
 class WithoutOverride {
   public:
     WithoutOverride();

@@ -6,8 +6,8 @@
 #include <vector>
 
 // What the library asked of the platform, in order. A test program that links this stands between
-// the library and liblog, libbase, the property service and the event buffer: each call is noted and,
-// but for log lines, passed on. Safe under any number of threads.
+// the library and liblog, libbase, the property service and the event buffer: each call is noted
+// and, but for log lines, passed on. Safe under any number of threads.
 
 struct LogLine {
     int priority;

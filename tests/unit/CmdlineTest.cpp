@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <wardline/Cmdline.h>
@@ -13,6 +12,7 @@
 #include <vector>
 
 #include "support/DeviceTest.h"
+#include "support/ResourceLimit.h"
 
 namespace {
 
@@ -111,6 +111,14 @@ TEST_F(Cmdline, ReadsTheFileWithoutFollowingALinkAndDoesNothingElse) {
     EXPECT_EQ((std::vector<std::string>{"ReadFileToString /proc/self/cmdline"}), calls());
 }
 
+TEST_F(Cmdline, IsReadAnewByEveryCall) {
+    answerFileReads("a", true);
+    EXPECT_EQ("a", getCmdline());
+
+    answerFileReads("b", true);
+    EXPECT_EQ("b", getCmdline());
+}
+
 TEST_F(Cmdline, IsEmptyForAnEmptyFile) {
     answerFileReads("", true);
 
@@ -118,15 +126,10 @@ TEST_F(Cmdline, IsEmptyForAnEmptyFile) {
 }
 
 TEST_F(Cmdline, IsEmptyWhenThereIsNoDescriptorLeft) {
-    rlimit limit = {};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    const rlimit none = {.rlim_cur = 0, .rlim_max = limit.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &none);
+    const ResourceLimit limit(RLIMIT_NOFILE, 0);
 
-    const std::string cmdline = getCmdline();
+    EXPECT_EQ("", getCmdline());
 
-    setrlimit(RLIMIT_NOFILE, &limit);
-    EXPECT_EQ("", cmdline);
     EXPECT_EQ((std::vector<std::string>{"ReadFileToString /proc/self/cmdline"}), calls());
 }
 

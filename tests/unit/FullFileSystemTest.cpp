@@ -1,13 +1,11 @@
-// Stability event files on a file system of 16384 bytes that has no room for them. Run this in a device
+// Stability event files on a small file system that has no room for them. Run this in a device
 // whose monitor directory lies on one.
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 #include <wardline/StabEventReport.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -15,25 +13,31 @@
 
 namespace {
 
-constexpr size_t kSizeBytes = 16384;
-
 class FullFileSystem : public MonitorTest {
   protected:
     FullFileSystem() {
         struct statvfs space = {};
         statvfs(kParent, &space);
-        EXPECT_EQ(kSizeBytes, space.f_blocks * space.f_frsize) << "the device has no small monitor";
+        sizeBytes_ = space.f_blocks * space.f_frsize;
+        EXPECT_GE(16 * pageBytes_, sizeBytes_) << "the device has no small monitor directory";
     }
 
-    /** Leaves this many bytes of room. */
-    static void fillUpTo(size_t room) {
-        writeContent(std::string(kParent) + "/filler", std::string(kSizeBytes - room, 'f'));
+    /** Leaves this many bytes of room, whole pages. */
+    void fillUpTo(size_t room) const {
+        writeContent(std::string(kParent) + "/filler", std::string(sizeBytes_ - room, 'f'));
     }
 
+    /** Reports an event with a process name of this length; returns the path of its file. */
     static std::string report(size_t nameBytes) {
         android::reportStabEventDirect(2, 300, std::string(nameBytes, 'n'), 1, nullptr);
         return std::string(kDirectory) + "/.train_stabevent_1.00_-_--_197001010000_1";
     }
+
+    // The file system gives room by pages.
+    const size_t pageBytes_ = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+
+  private:
+    size_t sizeBytes_;
 };
 
 TEST_F(FullFileSystem, LeavesAnEmptyFileForEverybodyAndNoLogLine) {
@@ -49,22 +53,22 @@ TEST_F(FullFileSystem, LeavesAnEmptyFileForEverybodyAndNoLogLine) {
 }
 
 TEST_F(FullFileSystem, LeavesTheBeginningOfARecordThatDoesNotFit) {
-    fillUpTo(4096);
+    fillUpTo(pageBytes_);
 
-    const std::string path = report(10000);
+    const std::string path = report(100'000);
 
-    const std::string content = contentOf(path);
-    EXPECT_EQ(bytesOf("08 02 12 90 4E") + std::string(4091, 'n'), content);
+    const std::string head = bytesOf("08 02 12 A0 8D 06");
+    EXPECT_EQ(head + std::string(pageBytes_ - head.size(), 'n'), contentOf(path));
     EXPECT_EQ(0777, modeOf(path));
     EXPECT_EQ(std::vector<LogLine>(), logLines());
 }
 
 TEST_F(FullFileSystem, TakesARecordThatFits) {
-    fillUpTo(12288);
+    fillUpTo(pageBytes_);
 
-    const std::string path = report(10000);
+    const std::string path = report(1);
 
-    EXPECT_EQ(5 + 10000 + 3 + 2u, contentOf(path).size());
+    EXPECT_EQ(bytesOf("08 02 12 01 6E 18 AC 02 20 01"), contentOf(path));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 namespace {
 
+// How much a string of that text allocates. Nothing else that is loaded allocates as much.
 constexpr size_t kMonitorPathBytes = sizeof("/data/syslog/monitor/stabevent");
 
 TEST(Load, SetsTheMonitorPathUpAndUnloadDestroysIt) {

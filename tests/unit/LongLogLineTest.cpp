@@ -1,5 +1,5 @@
-// The library's log lines as the platform's liblog hands them on, which keeps a limited number of bytes
-// of each.
+// The library's log lines as the platform's liblog hands them on, which keeps a limited number of
+// bytes of each.
 
 #include <android/log.h>
 #include <gtest/gtest.h>
@@ -25,7 +25,13 @@ class LongLogLine : public testing::Test {
         __android_log_set_logger(keep);
         __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
     }
-    ~LongLogLine() override { __android_log_set_logger(__android_log_stderr_logger); }
+    ~LongLogLine() override {
+        __android_log_set_minimum_priority(minimumPriority_);
+        __android_log_set_logger(__android_log_stderr_logger);
+    }
+
+  private:
+    const int minimumPriority_ = __android_log_get_minimum_priority();
 };
 
 TEST_F(LongLogLine, IsCutByLiblogAlone) {

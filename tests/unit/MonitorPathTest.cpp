@@ -32,7 +32,13 @@ namespace fs = std::filesystem;
 using android::createMonitorPath;
 using Calls = std::vector<std::string>;
 
-class MonitorPath : public MonitorTest {};
+class MonitorPath : public MonitorTest {
+  protected:
+    // What the library does about the directory, and when it does not even try to make it.
+    static inline const Calls kAttempt = {"stat /data/syslog/monitor/stabevent", "umask 0",
+                                          "mkdir /data/syslog/monitor/stabevent 777", "umask 77"};
+    static inline const Calls kQuery = {"stat /data/syslog/monitor/stabevent"};
+};
 
 TEST_F(MonitorPath, IsMadeByTheFirstCall) {
     EXPECT_TRUE(createMonitorPath());
@@ -71,9 +77,7 @@ TEST_F(MonitorPath, IsForEverybodyWhateverTheUmask) {
 TEST_F(MonitorPath, IsQueriedThenMadeUnderAnEmptyUmask) {
     createMonitorPath();
 
-    EXPECT_EQ((Calls{"stat /data/syslog/monitor/stabevent", "umask 0",
-                     "mkdir /data/syslog/monitor/stabevent 777", "umask 77"}),
-              calls());
+    EXPECT_EQ(kAttempt, calls());
 }
 
 TEST_F(MonitorPath, IsTriedToBeMadeAlsoWhenItIsThere) {
@@ -81,9 +85,7 @@ TEST_F(MonitorPath, IsTriedToBeMadeAlsoWhenItIsThere) {
 
     EXPECT_FALSE(createMonitorPath());
 
-    EXPECT_EQ((Calls{"stat /data/syslog/monitor/stabevent", "umask 0",
-                     "mkdir /data/syslog/monitor/stabevent 777", "umask 77"}),
-              calls());
+    EXPECT_EQ(kAttempt, calls());
 }
 
 TEST_F(MonitorPath, IsLeftAsItIsWhenItIsThere) {
@@ -146,10 +148,7 @@ TEST_P(MonitorPathAt, LeavesTheUmaskAsItWas) {
 TEST_P(MonitorPathAt, TouchesTheUmaskOnlyToMakeADirectory) {
     createMonitorPath();
 
-    const Calls query = {"stat /data/syslog/monitor/stabevent"};
-    const Calls attempt = {"stat /data/syslog/monitor/stabevent", "umask 0",
-                           "mkdir /data/syslog/monitor/stabevent 777", "umask 77"};
-    EXPECT_EQ(GetParam().result ? query : attempt, calls());
+    EXPECT_EQ(GetParam().result ? kQuery : kAttempt, calls());
 }
 
 TEST_P(MonitorPathAt, ChangesNothing) {
@@ -199,6 +198,7 @@ TEST_F(MonitorPath, IsNotMadeWithoutItsParent) {
     EXPECT_FALSE(createMonitorPath());
 
     EXPECT_EQ(ENOENT, errno);
+    EXPECT_EQ(kAttempt, calls());
     EXPECT_FALSE(fs::exists(kParent));
     EXPECT_EQ(0077u, currentUmask());
 }
@@ -210,6 +210,7 @@ TEST_F(MonitorPath, IsNotMadeBelowAFile) {
     EXPECT_FALSE(createMonitorPath());
 
     EXPECT_EQ(ENOTDIR, errno);
+    EXPECT_EQ(kAttempt, calls());
     EXPECT_EQ(0077u, currentUmask());
     unlink(kParent);
 }
@@ -221,6 +222,7 @@ TEST_F(MonitorPath, IsNotMadeInAnUnwritableParent) {
     EXPECT_FALSE(createMonitorPath());
 
     EXPECT_EQ(EACCES, errno);
+    EXPECT_EQ(kAttempt, calls());
     EXPECT_FALSE(fs::exists(kDirectory));
     EXPECT_EQ(0077u, currentUmask());
     chmod(kParent, 0755);
@@ -233,6 +235,7 @@ TEST_F(MonitorPath, IsNotMadeWhereItCannotBeLookedUp) {
     EXPECT_FALSE(createMonitorPath());
 
     EXPECT_EQ(EACCES, errno);
+    EXPECT_EQ(kAttempt, calls());
     EXPECT_EQ(0077u, currentUmask());
     chmod(kParent, 0755);
 }

@@ -214,8 +214,7 @@ TEST_F(ReportArtLockTimeout, KeepsTheBufferUntilTheOperationHasReturnedAndNoLong
 
 TEST_F(ReportArtLockTimeout, LeavesNothingAllocated) {
     const std::string text(100, 't');
-    reportArtLockTimeout(text, text, 1, 2, text, text, text,
-                         text);  // What is allocated once, is now.
+    reportSample();  // Whatever is allocated once, is now.
     resetTrace();
     Allocations allocations;
 

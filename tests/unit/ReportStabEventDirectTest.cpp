@@ -5,7 +5,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <wardline/StabEventReport.h>
@@ -15,6 +14,7 @@
 #include <limits>
 #include <map>
 #include <new>
+#include <optional>
 #include <ostream>
 #include <set>
 #include <string>
@@ -26,6 +26,7 @@
 #include "support/FixedClock.h"
 #include "support/Meanwhile.h"
 #include "support/MonitorTest.h"
+#include "support/ResourceLimit.h"
 #include "wardline_records.pb.h"
 
 namespace {
@@ -145,7 +146,7 @@ class ReportStabEventDirectNamed : public ReportStabEventDirect,
 TEST_P(ReportStabEventDirectNamed, PutsVersionTrainDateAndTimeIntoTheName) {
     setProperty(kOta, GetParam().ota);
     setProperty(kTrain, GetParam().train);
-    setenv("TZ", GetParam().zone, 1);
+    zone_.set(GetParam().zone);
 
     reportAt(GetParam().timeMs);
 
@@ -178,6 +179,20 @@ const Naming kNamings[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Named, ReportStabEventDirectNamed, testing::ValuesIn(kNamings));
+
+TEST_F(ReportStabEventDirect, ReadsThePropertiesAnewForEveryName) {
+    reportAt(60000);
+    fs::remove_all(kDirectory);
+    setProperty(kOta, "V1");
+    setProperty(kTrain, "T1");
+    reportAt(60000);
+    EXPECT_EQ(Names{".train_stabevent_1.00_V1_T1_197001010001_60000"}, files());
+
+    fs::remove_all(kDirectory);
+    setProperty(kTrain, "T2");
+    reportAt(60000);
+    EXPECT_EQ(Names{".train_stabevent_1.00_V1_T2_197001010001_60000"}, files());
+}
 
 TEST_F(ReportStabEventDirect, FilesIntoAFolderThatTheVersionNames) {
     setProperty(kOta, "a/b_c");
@@ -271,12 +286,18 @@ TEST_F(ReportStabEventDirect, SendsNothingToTheEventBuffer) {
     EXPECT_EQ(0u, events().size());
 }
 
-TEST_F(ReportStabEventDirect, ReplacesAnExistingFile) {
-    beforeOpening([] { writeContent(kPath, std::string(1000, 'x')); });
+TEST_F(ReportStabEventDirect, TruncatesAnExistingFileAndDoesNotReplaceIt) {
+    const std::string other = std::string(kDirectory) + "/other name of the file";
+    observeCalls([&](const std::string& call) {
+        if (!call.starts_with("GetProperty ro.")) return;
+        writeContent(kPath, std::string(1000, 'x'));
+        fs::create_hard_link(kPath, other);
+    });
 
     reportAt(kTimeMs);
 
     EXPECT_EQ(bytesOf(kRecord), contentOf(kPath));
+    EXPECT_EQ(bytesOf(kRecord), contentOf(other));
 }
 
 // The file's mode, and what has been done when it is set.
@@ -322,17 +343,15 @@ TEST_F(ReportStabEventDirect, SetsTheModeOfAFileThatItCannotOpen) {
 }
 
 TEST_F(ReportStabEventDirect, SetsTheModeWhenThereIsNoDescriptorLeft) {
-    rlimit limit = {};
-    getrlimit(RLIMIT_NOFILE, &limit);
+    std::optional<ResourceLimit> limit;
     beforeOpening([&] {
         writeContent(kPath, "old");
-        const rlimit none = {.rlim_cur = 0, .rlim_max = limit.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &none);
+        limit.emplace(RLIMIT_NOFILE, 0);
     });
 
     reportAt(kTimeMs);
 
-    setrlimit(RLIMIT_NOFILE, &limit);
+    limit.reset();
     EXPECT_EQ("old", contentOf(kPath));
     EXPECT_EQ(0777, modeOf(kPath));
     EXPECT_EQ(std::vector<LogLine>(), logLines());
@@ -372,14 +391,12 @@ TEST_F(ReportStabEventDirect, FilesNothingInAnUnwritableDirectory) {
 
 TEST_F(ReportStabEventDirect, LeavesAShortFileWhenItMayNotGrow) {
     signal(SIGXFSZ, SIG_IGN);
-    rlimit limit = {};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    const rlimit small = {.rlim_cur = 10, .rlim_max = limit.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
+    {
+        const ResourceLimit limit(RLIMIT_FSIZE, 10);
+        reportAt(kTimeMs);
+    }
+    signal(SIGXFSZ, SIG_DFL);
 
-    reportAt(kTimeMs);
-
-    setrlimit(RLIMIT_FSIZE, &limit);
     EXPECT_EQ(bytesOf(kRecord).substr(0, 10), contentOf(kPath));
     EXPECT_EQ(0777, modeOf(kPath));
     EXPECT_EQ(std::vector<LogLine>(), logLines());
@@ -461,7 +478,7 @@ TEST_F(ReportStabEventDirect, CopiesTheRecordIntoABufferOfExactlyItsLength) {
 TEST_F(ReportStabEventDirect, LeavesNothingAllocated) {
     const Data data = {{"key", std::string(100, 'v')}};
     const std::string name(100, 'n');
-    reportStabEventDirect(2, 300, name, 1, &data);  // Whatever is allocated once, is now.
+    reportStabEventDirect(2, 300, "", 1, nullptr);  // Whatever is allocated once, is now.
     fs::remove_all(kDirectory);
     resetTrace();
     Allocations allocations;

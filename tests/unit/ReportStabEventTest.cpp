@@ -178,7 +178,7 @@ TEST_F(ReportStabEvent, KeepsTheBufferUntilTheOperationHasReturnedAndNoLonger) {
 TEST_F(ReportStabEvent, LeavesNothingAllocated) {
     const Data data = {{"key", std::string(100, 'v')}};
     const std::string name(100, 'n');
-    reportStabEvent(2, 300, name, 1, &data);  // Whatever is allocated once, is now.
+    reportStabEvent(2, 300, "", 1, nullptr);  // Whatever is allocated once, is now.
     resetTrace();
     Allocations allocations;
 

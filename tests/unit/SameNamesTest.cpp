@@ -1,4 +1,4 @@
-// A process may export functions of the same names as the library's smaller ones. This one does; the
+// A process may export a getTimestamp and a createMonitorPath of its own. This one does; the
 // library's reports must not use them.
 
 #include <gtest/gtest.h>

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <stdint.h>
-#include <stdlib.h>
 #include <time.h>
 #include <wardline/Timestamp.h>
 
@@ -16,6 +15,7 @@
 #include "support/DeviceTest.h"
 #include "support/FixedClock.h"
 #include "support/Meanwhile.h"
+#include "support/TimeZone.h"
 
 namespace {
 
@@ -70,11 +70,9 @@ TEST_F(GetTimestamp, ReadsTheClockOnceAndDoesNothingElse) {
 
 TEST_F(GetTimestamp, DoesNotDependOnTheTimeZone) {
     const FixedClock clock({.tv_sec = 1700000000, .tv_usec = 0});
-    setenv("TZ", "XYZ-14", 1);
+    const TimeZone zone("XYZ-14");
 
     EXPECT_EQ(1700000000000, getTimestamp());
-
-    unsetenv("TZ");
 }
 
 TEST_F(GetTimestamp, DoesNotWaitForAnotherOne) {
@@ -106,15 +104,14 @@ void PrintTo(const LocalTime& time, std::ostream* out) {
 
 class MillisecondsToDatetime : public DeviceTest {
   protected:
-    MillisecondsToDatetime() { setenv("TZ", kUtc, 1); }
-    ~MillisecondsToDatetime() override { unsetenv("TZ"); }
+    TimeZone zone_{kUtc};
 };
 
 class MillisecondsToDatetimeIn : public MillisecondsToDatetime,
                                  public testing::WithParamInterface<LocalTime> {};
 
 TEST_P(MillisecondsToDatetimeIn, IsTheLocalDateAndTime) {
-    setenv("TZ", GetParam().zone, 1);
+    zone_.set(GetParam().zone);
 
     EXPECT_EQ(GetParam().text, millisecondsToDatetime(GetParam().ms));
 }
@@ -158,10 +155,10 @@ INSTANTIATE_TEST_SUITE_P(Zones, MillisecondsToDatetimeIn, testing::ValuesIn(kLoc
 TEST_F(MillisecondsToDatetime, FollowsTheTimeZoneFromCallToCall) {
     EXPECT_EQ("202311142213", millisecondsToDatetime(1700000000123));
 
-    setenv("TZ", kNepal, 1);
+    zone_.set(kNepal);
     EXPECT_EQ("202311150358", millisecondsToDatetime(1700000000123));
 
-    setenv("TZ", kUtc, 1);
+    zone_.set(kUtc);
     EXPECT_EQ("202311142213", millisecondsToDatetime(1700000000123));
 }
 
