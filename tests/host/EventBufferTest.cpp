@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,6 +11,7 @@
 
 #include "internal/SysEventsBuffer.h"
 #include "records/EventBufferFile.h"
+#include "support/ResourceLimit.h"
 
 namespace {
 
@@ -85,12 +85,10 @@ TEST_F(EventBuffer, RefusesBadInput) {
 TEST_F(EventBuffer, RefusesARecordThatItCannotStoreAndStaysWhole) {
     signal(SIGXFSZ, SIG_IGN);
     add(1, "before");
-    rlimit limit;
-    getrlimit(RLIMIT_FSIZE, &limit);
-    const rlimit small = {100, limit.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
-    EXPECT_GT(0, add(2, std::string(200, 'x')));
-    setrlimit(RLIMIT_FSIZE, &limit);
+    {
+        const ResourceLimit limit(RLIMIT_FSIZE, 100);
+        EXPECT_GT(0, add(2, std::string(200, 'x')));
+    }
     add(3, "after");
 
     const auto events = readEventBuffer();

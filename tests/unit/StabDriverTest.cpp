@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <signal.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -16,6 +15,7 @@
 
 #include "support/DeviceTest.h"
 #include "support/DriverNode.h"
+#include "support/ResourceLimit.h"
 #include "wardline_records.pb.h"
 
 namespace {
@@ -39,23 +39,6 @@ char threadState(pid_t thread) {
     const size_t end = status.rfind(')');
     return end == std::string::npos || end + 2 >= status.size() ? '?' : status[end + 2];
 }
-
-/** Lowers a limit of this process for as long as it lives. */
-class ScopedLimit {
-  public:
-    ScopedLimit(__rlimit_resource resource, rlim_t limit) : resource_(resource) {
-        getrlimit(resource, &saved_);
-        const rlimit lowered = {limit, saved_.rlim_max};
-        setrlimit(resource, &lowered);
-    }
-    ~ScopedLimit() { setrlimit(resource_, &saved_); }
-    ScopedLimit(const ScopedLimit&) = delete;
-    ScopedLimit& operator=(const ScopedLimit&) = delete;
-
-  private:
-    __rlimit_resource resource_;
-    rlimit saved_;
-};
 
 std::atomic<int> signalsTaken = 0;
 
@@ -94,7 +77,7 @@ TEST_F(StabDriver, LogsEisdirWhenTheNodeIsADirectory) {
 
 TEST_F(StabDriver, LogsEmfileWhenThereIsNoDescriptorLeft) {
     {
-        const ScopedLimit noDescriptor(RLIMIT_NOFILE, 0);
+        const ResourceLimit noDescriptor(RLIMIT_NOFILE, 0);
         notify_extra_log_finish(1);
     }
 
@@ -158,7 +141,7 @@ TEST_F(StabDriver, TakesAShortWriteForSuccess) {
     ASSERT_EQ(0, unlink(kDriverNode));
     writeContent(kDriverNode, "");
     {
-        const ScopedLimit shortFile(RLIMIT_FSIZE, 100);
+        const ResourceLimit shortFile(RLIMIT_FSIZE, 100);
         notify_extra_log_finish(1);
     }
 
