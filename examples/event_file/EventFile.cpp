@@ -19,6 +19,12 @@ int main(int argc, char** argv) {
         fprintf(stderr, "usage: event_file EVENT-TYPE [NAME=VALUE...]\n");
         return 2;
     }
+    char* end = nullptr;
+    const long type = strtol(argv[1], &end, 10);
+    if (end == argv[1] || *end != '\0') {
+        fprintf(stderr, "event_file: %s is no number\n", argv[1]);
+        return 2;
+    }
     std::map<std::string, std::string> data = {{"cmdline", android::getCmdline()}};
     for (int i = 2; i < argc; ++i) {
         const std::string attribute = argv[i];
@@ -31,9 +37,9 @@ int main(int argc, char** argv) {
     }
 
     const auto timeMs = static_cast<unsigned long>(android::getTimestamp());
-    printf("pid %d reports an event of type %s at %s, local time\n", getpid(), argv[1],
+    printf("pid %d reports an event of type %ld at %s, local time\n", getpid(), type,
            android::millisecondsToDatetime(timeMs).c_str());
     fflush(stdout);  // Before the library's log lines.
-    android::reportStabEventDirect(atoi(argv[1]), getpid(), argv[0], timeMs, &data);
+    android::reportStabEventDirect(static_cast<int>(type), getpid(), argv[0], timeMs, &data);
     return 0;
 }

@@ -25,6 +25,7 @@ using std::chrono::steady_clock;
 struct OwnedLock {
     std::timed_mutex mutex;
     pid_t owner = 0;
+    std::string ownerName;
 };
 
 std::string threadName() {
@@ -38,6 +39,7 @@ void holdLock(OwnedLock& lock, std::promise<void> held, std::future<void> releas
     pthread_setname_np(pthread_self(), "holder");
     const std::lock_guard guard(lock.mutex);
     lock.owner = gettid();
+    lock.ownerName = threadName();
     held.set_value();
     release.wait();
 }
@@ -47,10 +49,10 @@ void reportWait(const OwnedLock& lock, steady_clock::duration waited) {
     const auto waitedMs = std::chrono::duration_cast<milliseconds>(waited).count();
     char object[64];
     snprintf(object, sizeof(object), "OwnedLock at %p", static_cast<const void*>(&lock));
-    android::reportArtLockTimeout("long lock wait", android::millisecondsToDatetime(now),
-                                  static_cast<unsigned long>(waitedMs),
-                                  static_cast<unsigned long>(lock.owner), "thread holder", object,
-                                  "waiter " + threadName(), android::getCmdline());
+    android::reportArtLockTimeout(
+        "long lock wait", android::millisecondsToDatetime(now),
+        static_cast<unsigned long>(waitedMs), static_cast<unsigned long>(lock.owner),
+        "thread " + lock.ownerName, object, "waiter " + threadName(), android::getCmdline());
 }
 
 /** Takes the lock; calls tooLong when that has taken the limit already. */

@@ -46,6 +46,11 @@ int show(void (*records)(size_t), const char* first) {
     return EXIT_SUCCESS;
 }
 
+int listFiles() {
+    showFiles();
+    return EXIT_SUCCESS;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -53,7 +58,7 @@ int main(int argc, char** argv) {
     if (strcmp(verb, "run") == 0 && argc > 2) return runCommand(argv + 2);
     if (strcmp(verb, "driver") == 0 && argc <= 3) return show(showDriverRecords, argv[2]);
     if (strcmp(verb, "events") == 0 && argc <= 3) return show(showEvents, argv[2]);
-    if (strcmp(verb, "files") == 0 && argc == 2) return showFiles(), EXIT_SUCCESS;
+    if (strcmp(verb, "files") == 0 && argc == 2) return listFiles();
     if (strcmp(verb, "getprop") == 0 && argc == 3) return getProperty(argv[2]);
     if (strcmp(verb, "setprop") == 0 && argc == 4) return setProperty(argv[2], argv[3]);
     return usage();

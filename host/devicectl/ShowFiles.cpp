@@ -1,7 +1,9 @@
 #include "ShowFiles.h"
 
 #include <android-base/file.h>
+#include <errno.h>
 #include <stdio.h>
+#include <string.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -52,12 +54,15 @@ void printName(std::string_view name) {
 
 void printFile(const fs::path& path) {
     std::string content;
-    const bool isRead = android::base::ReadFileToString(path, &content);
+    const int error = android::base::ReadFileToString(path, &content) ? 0 : errno;
     const auto mode = static_cast<unsigned>(fs::status(path).permissions());
     const std::string name = path.lexically_relative(kDirectory);
     printf("file %s: %zu bytes, mode %o\n", inQuotes(name).c_str(), content.size(), mode);
     printName(name);
-    if (!isRead) return perror("  cannot be read");
+    if (error != 0) {
+        printf("  cannot be read: %s\n", strerror(error));
+        return;
+    }
     printStabEvent(content);
     printHex(content);
 }
@@ -68,7 +73,7 @@ void showFiles() {
     std::set<fs::path> paths;
     std::error_code absent;
     for (const auto& entry : fs::recursive_directory_iterator(kDirectory, absent)) {
-        if (!entry.is_directory()) paths.insert(entry.path());
+        if (entry.is_regular_file()) paths.insert(entry.path());
     }
     std::ranges::for_each(paths, printFile);
 }

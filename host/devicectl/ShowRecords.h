@@ -7,5 +7,5 @@
 /** Prints the records that the stability driver got. */
 void showDriverRecords(size_t first);
 
-/** Prints the records in the event buffer; stability events decoded. */
+/** Prints the records in the event buffer; those with a known id decoded. */
 void showEvents(size_t first);
