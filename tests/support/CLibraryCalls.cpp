@@ -1,8 +1,20 @@
-#include "FileCalls.h"
+// A test program that links this notes the library's calls to the C library that concern a path, the
+// umask or the local time, in one order with its other calls (see PlatformTrace.h), before they are
+// passed on:
+//
+//     stat <path>
+//     umask <octal>
+//     mkdir <path> <octal>
+//     localtime
+//     fopen <path> <mode>
+//     chmod <path> <octal>
+//
+// Calls of the test itself and of other libraries are not noted.
 
 #include <dlfcn.h>
 #include <stdio.h>
 #include <sys/stat.h>
+#include <time.h>
 
 #include <string>
 #include <string_view>
@@ -46,6 +58,11 @@ int mkdir(const char* path, mode_t mode) noexcept {
         noteCall(std::string("mkdir ") + path + " " + octal(mode));
     }
     return next<int(const char*, mode_t)>("mkdir")(path, mode);
+}
+
+tm* localtime(const time_t* time) noexcept {
+    if (isOfLibrary(__builtin_return_address(0))) noteCall("localtime");
+    return next<tm*(const time_t*)>("localtime")(time);
 }
 
 FILE* fopen(const char* path, const char* mode) {

@@ -9,9 +9,11 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/DeviceTest.h"
+#include "support/Meanwhile.h"
 #include "support/ResourceLimit.h"
 
 namespace {
@@ -138,6 +140,15 @@ TEST_F(Cmdline, IsWhatAFailedReadHasLeft) {
     answerFileReads(left, false);
 
     EXPECT_EQ(left, getCmdline());
+}
+
+TEST_F(Cmdline, DoesNotWaitForAnotherReading) {
+    bool isFirst = true;
+    observeCalls([&](const std::string&) {
+        if (std::exchange(isFirst, false)) doMeanwhile([] { getCmdline(); });
+    });
+
+    EXPECT_NE("", getCmdline());
 }
 
 }  // namespace

@@ -21,7 +21,6 @@
 #include <utility>
 #include <vector>
 
-#include "support/FileCalls.h"
 #include "support/Meanwhile.h"
 #include "support/MonitorTest.h"
 

@@ -1,8 +1,6 @@
 // android::reportStabEventDirect: when it files an event, under which name, with which content and
 // mode, and what it leaves when that fails.
 
-#include <errno.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -19,10 +17,10 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "support/Allocations.h"
-#include "support/FileCalls.h"
 #include "support/FixedClock.h"
 #include "support/Meanwhile.h"
 #include "support/MonitorTest.h"
@@ -93,7 +91,7 @@ TEST_F(ReportStabEventDirect, GoesItsStepsInOrder) {
 
     EXPECT_EQ((Calls{"stat /data/syslog/monitor/stabevent", "umask 0",
                      "mkdir /data/syslog/monitor/stabevent 777", "umask 77", "gettimeofday",
-                     "GetProperty persist.sys.trainstarttime default --",
+                     "localtime", "GetProperty persist.sys.trainstarttime default --",
                      "GetProperty ro.os.ota.version default -", "fopen " + kPath + " wb",
                      "chmod " + kPath + " 777"}),
               calls());
@@ -408,7 +406,7 @@ TEST_F(ReportStabEventDirect, GoesOnSilentlyWhenAFileHasTheDirectorysPath) {
 
     reportAt(kTimeMs);
 
-    EXPECT_EQ((Calls{"stat /data/syslog/monitor/stabevent",
+    EXPECT_EQ((Calls{"stat /data/syslog/monitor/stabevent", "localtime",
                      "GetProperty persist.sys.trainstarttime default --",
                      "GetProperty ro.os.ota.version default -", "fopen " + kPath + " wb",
                      "chmod " + kPath + " 777"}),

@@ -172,12 +172,21 @@ TEST_F(MillisecondsToDatetime, UsesTheProcesssBufferOfLocaltime) {
     EXPECT_EQ(20, shared->tm_sec);
 }
 
-TEST_F(MillisecondsToDatetime, AsksNothingOfThePlatform) {
+TEST_F(MillisecondsToDatetime, BreaksTheTimeDownOnceAndDoesNothingElse) {
     const FixedClock clock({.tv_sec = 1, .tv_usec = 0});
 
     millisecondsToDatetime(0);
 
-    EXPECT_EQ(std::vector<std::string>(), calls());
+    EXPECT_EQ((std::vector<std::string>{"localtime"}), calls());
+}
+
+TEST_F(MillisecondsToDatetime, DoesNotWaitForAnotherOne) {
+    bool isFirst = true;
+    observeCalls([&](const std::string&) {
+        if (std::exchange(isFirst, false)) doMeanwhile([] { millisecondsToDatetime(0); });
+    });
+
+    EXPECT_EQ("202311142213", millisecondsToDatetime(1700000000123));
 }
 
 }  // namespace
