@@ -37,7 +37,12 @@ for needed in notify_stab_ne notify_stab_system_killed notify_extra_log_finish n
   _ZTI28StabEvent_DataEntry_DoNotUse _StabEvent_DataEntry_DoNotUse_default_instance_ \
   _ZTV14ArtLockTimeout _ZTI14ArtLockTimeout _ZTS14ArtLockTimeout _ArtLockTimeout_default_instance_ \
   _ZTV18ArtLockTimeoutData _ZTI18ArtLockTimeoutData _ZTS18ArtLockTimeoutData \
-  _ArtLockTimeoutData_default_instance_; do
+  _ArtLockTimeoutData_default_instance_ \
+  _ZTV8KeyValue _ZTI8KeyValue _ZTS8KeyValue _KeyValue_default_instance_ \
+  _ZTV15MemMonitorEvent _ZTI15MemMonitorEvent _ZTS15MemMonitorEvent \
+  _MemMonitorEvent_default_instance_ \
+  _ZTV16SMemMonitorEvent _ZTI16SMemMonitorEvent _ZTS16SMemMonitorEvent \
+  _SMemMonitorEvent_default_instance_; do
   [[ " ${exports[*]} " == *" $needed "* ]] || report "$needed is not exported"
 done
 

@@ -48,6 +48,9 @@ int main() {
     ArtLockTimeoutData* const data =
         google::protobuf::Arena::CreateMessage<ArtLockTimeoutData>(&arena);
     data->add_timeouts()->set_name("name");
+    SMemMonitorEvent* const samples =
+        google::protobuf::Arena::CreateMessage<SMemMonitorEvent>(&arena);
+    samples->add_events()->add_kvs()->set_key("key");
     StabEvent parsed;
     return parsed.ParseFromString(copy.SerializeAsString()) && parsed.data().at("key") == "value"
                ? 0
