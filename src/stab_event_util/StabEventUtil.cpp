@@ -17,6 +17,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -112,12 +113,18 @@ namespace {
 constexpr int kStabEventId = 36;
 constexpr int kArtLockTimeoutId = 39;
 
-/** The serialised record in a buffer of exactly its length; without a buffer when it is empty. */
-std::vector<unsigned char> serialise(const google::protobuf::MessageLite& record) {
-    const std::string bytes = record.SerializeAsString();
+/** A record's bytes in an array of exactly their number; there is one for an empty record too. */
+std::unique_ptr<unsigned char[]> byteArray(const std::string& record) {
+    std::unique_ptr<unsigned char[]> bytes(new unsigned char[record.size()]);
+    std::copy(record.begin(), record.end(), bytes.get());
+    return bytes;
+}
+
+/** A record's bytes in a vector of exactly their number, which is null for an empty record. */
+std::vector<unsigned char> byteVector(const std::string& record) {
     // Pointers to the vector's own type make this one block copy.
-    const auto* const begin = reinterpret_cast<const unsigned char*>(bytes.data());
-    return {begin, begin + bytes.size()};
+    const auto* const begin = reinterpret_cast<const unsigned char*>(record.data());
+    return {begin, begin + record.size()};
 }
 
 }  // namespace
@@ -130,16 +137,15 @@ unsigned long nowIfZero(unsigned long timeMs) {
     return timeMs != 0 ? timeMs : static_cast<unsigned long>(wallClockMs());
 }
 
-std::vector<unsigned char> stabEventRecord(int eventType, int pid, const std::string& processName,
-                                           unsigned long timeMs,
-                                           const std::map<std::string, std::string>* data) {
+std::string stabEventRecord(int eventType, int pid, const std::string& processName,
+                            unsigned long timeMs, const std::map<std::string, std::string>* data) {
     StabEvent event;
     event.set_event_type(static_cast<uint32_t>(eventType));
     event.set_pid(static_cast<uint32_t>(pid));
     event.set_process_name(processName);
     event.set_timestamp_ms(timeMs);
     if (data != nullptr) event.mutable_data()->insert(data->begin(), data->end());
-    return serialise(event);
+    return event.SerializeAsString();
 }
 
 /** Where the event of this time is filed. The values enter the name as they are, "/" too. */
@@ -154,7 +160,8 @@ std::string stabEventPath(unsigned long timeMs) {
 
 void writeFile(const std::string& path, const std::vector<unsigned char>& content) {
     const ScopedFile file(fopen(path.c_str(), "wb"));
-    if (file != nullptr) fwrite(content.data(), 1, content.size(), file.get());
+    if (file == nullptr || content.empty()) return;
+    fwrite(content.data(), 1, content.size(), file.get());
 }
 
 }  // namespace
@@ -163,9 +170,10 @@ void android::reportStabEvent(int eventType, int pid, const std::string& process
                               unsigned long timeMs,
                               const std::map<std::string, std::string>* data) {
     timeMs = nowIfZero(timeMs);
-    const auto record = stabEventRecord(eventType, pid, processName, timeMs, data);
+    const std::string record = stabEventRecord(eventType, pid, processName, timeMs, data);
     __android_sysevents_buf_single_file_writes(static_cast<long>(timeMs), kStabEventId,
-                                               record.data(), static_cast<int>(record.size()));
+                                               byteArray(record).get(),
+                                               static_cast<int>(record.size()));
 }
 
 void android::reportStabEventDirect(int eventType, int pid, const std::string& processName,
@@ -176,7 +184,7 @@ void android::reportStabEventDirect(int eventType, int pid, const std::string& p
         return;
     }
     timeMs = nowIfZero(timeMs);
-    const auto record = stabEventRecord(eventType, pid, processName, timeMs, data);
+    const auto record = byteVector(stabEventRecord(eventType, pid, processName, timeMs, data));
     const std::string path = stabEventPath(timeMs);
     writeFile(path, record);
     chmod(path.c_str(), 0777);
@@ -203,7 +211,7 @@ void android::reportArtLockTimeout(const std::string& name, const std::string& t
     timeout.set_extra1(extra1);
     timeout.set_extra2(extra2);
 
-    const auto record = serialise(data);
+    const auto record = byteVector(data.SerializeAsString());
     __android_sysevents_buf_writes(wallClockMs(), kArtLockTimeoutId, record.data(),
                                    static_cast<int>(record.size()));
 }

@@ -8,7 +8,11 @@
 #include <new>
 #include <span>
 
+#include "RepeatingMemory.h"
+
 namespace {
+
+constexpr size_t kHuge = size_t{1} << 30;
 
 struct Allocation {
     const void* pointer;
@@ -27,7 +31,7 @@ std::span<Allocation> allocations() {
 
 void* allocate(size_t size) {
     if (size == failingSize) throw std::bad_alloc();
-    void* const pointer = malloc(std::max<size_t>(size, 1));
+    void* const pointer = size < kHuge ? malloc(std::max<size_t>(size, 1)) : mapRepeating(size);
     if (pointer == nullptr) abort();
     if (watching) {
         if (logged == log.size()) abort();
@@ -42,7 +46,7 @@ void release(void* pointer) {
             if (allocation.pointer == pointer) allocation.isHeld = false;
         }
     }
-    free(pointer);
+    if (!unmapRepeating(pointer)) free(pointer);
 }
 
 }  // namespace
