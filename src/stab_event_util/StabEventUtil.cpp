@@ -7,6 +7,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
+#include <stdarg.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -30,6 +31,7 @@
 #include "wardline/ArtLockTimeoutReport.h"
 #include "wardline/Cmdline.h"
 #include "wardline/Coredump.h"
+#include "wardline/MemKVPair.h"
 #include "wardline/MonitorPath.h"
 #include "wardline/StabEventReport.h"
 #include "wardline/StabNotify.h"
@@ -214,6 +216,91 @@ void android::reportArtLockTimeout(const std::string& name, const std::string& t
     const auto record = byteVector(data.SerializeAsString());
     __android_sysevents_buf_writes(wallClockMs(), kArtLockTimeoutId, record.data(),
                                    static_cast<int>(record.size()));
+}
+
+// Memory key/value pairs.
+
+namespace {
+
+/** Ends what the pair holds; the value is nothing then, until something new begins there. */
+void releaseValue(android::__MemKVPair& pair) {
+    if (pair.type == android::MEM_KV_TYPE_STRING) std::destroy_at(&pair.value.string_value);
+    if (pair.type == android::MEM_KV_TYPE_BYTES) std::destroy_at(&pair.value.bytes_value);
+    pair.type = android::MEM_KV_TYPE_NONE;
+}
+
+// A string or an array begins empty and is filled then: whatever goes wrong in between, the pair can
+// be released by its tag.
+
+bool storeString(android::__MemKVPair& pair, const std::string* source) {
+    std::construct_at(&pair.value.string_value);
+    if (source == nullptr) return false;
+    pair.value.string_value = std::string(*source);
+    return true;
+}
+
+/** Ends the process, by the length error of the C++ library, where the length is negative. */
+void checkLength(const std::vector<unsigned char>& bytes) noexcept {
+    if (bytes.size() > bytes.max_size()) std::vector<unsigned char>().reserve(bytes.size());
+}
+
+bool storeBytes(android::__MemKVPair& pair, const std::vector<unsigned char>* source) {
+    std::construct_at(&pair.value.bytes_value);
+    if (source == nullptr) return false;
+    checkLength(*source);
+    pair.value.bytes_value = std::vector<unsigned char>(*source);
+    return true;
+}
+
+bool logInvalidType(int32_t type) {
+    ALOGE("Invalid value type: %d", type);
+    return false;
+}
+
+/** Stores the next argument in a pair that has its tag and no value. */
+bool storeValue(android::__MemKVPair& pair, va_list arguments) {
+    switch (pair.type) {
+        case android::MEM_KV_TYPE_STRING:
+            return storeString(pair, va_arg(arguments, const std::string*));
+        case android::MEM_KV_TYPE_INT32:
+            pair.value.int32_value = va_arg(arguments, int32_t);
+            return true;
+        case android::MEM_KV_TYPE_INT64:
+            pair.value.int64_value = va_arg(arguments, int64_t);
+            return true;
+        case android::MEM_KV_TYPE_UINT32:
+            pair.value.uint32_value = va_arg(arguments, uint32_t);
+            return true;
+        case android::MEM_KV_TYPE_UINT64:
+            pair.value.uint64_value = va_arg(arguments, uint64_t);
+            return true;
+        case android::MEM_KV_TYPE_BOOL:
+            pair.value.bool_value = va_arg(arguments, int) != 0;
+            return true;
+        case android::MEM_KV_TYPE_DOUBLE:
+            pair.value.double_value = va_arg(arguments, double);
+            return true;
+        case android::MEM_KV_TYPE_FLOAT:
+            pair.value.float_value = static_cast<float>(va_arg(arguments, double));
+            return true;
+        case android::MEM_KV_TYPE_BYTES:
+            return storeBytes(pair, va_arg(arguments, const std::vector<unsigned char>*));
+        default:
+            return logInvalidType(pair.type);
+    }
+}
+
+}  // namespace
+
+bool android::setMemKVPairValue(__MemKVPair* pair, long type, ...) {
+    if (pair == nullptr) return false;
+    releaseValue(*pair);
+    pair->type = static_cast<int32_t>(type);
+    va_list arguments;
+    va_start(arguments, type);
+    const bool stored = storeValue(*pair, arguments);
+    va_end(arguments);
+    return stored;
 }
 
 // Core dump decision.

@@ -64,6 +64,7 @@ android::reportArtLockTimeout(STRING const&, STRING const&, unsigned long, unsig
 STRING const&, STRING const&, STRING const&, STRING const&)
 android::reportStabEvent(int, int, STRING const&, unsigned long, $attributes)
 android::reportStabEventDirect(int, int, STRING const&, unsigned long, $attributes)
+android::setMemKVPairValue(android::__MemKVPair*, long, ...)
 END
 ) || report 'namespace android exports something else (<) than it should (>)'
 

@@ -4,6 +4,7 @@
 #include <wardline/ArtLockTimeoutReport.h>
 #include <wardline/Cmdline.h>
 #include <wardline/Coredump.h>
+#include <wardline/MemKVPair.h>
 #include <wardline/MonitorPath.h>
 #include <wardline/StabEventReport.h>
 #include <wardline/StabNotify.h>
@@ -26,12 +27,15 @@ void callEveryFunction() {
     std::string (*const datetime)(unsigned long) = android::millisecondsToDatetime;
     std::string (*const cmdline)() = android::getCmdline;
     bool (*const makePath)() = android::createMonitorPath;
+    bool (*const setValue)(android::__MemKVPair*, long, ...) = android::setMemKVPairValue;
 
     decide("consumer");
     report(2, 1, "consumer", 0, nullptr);
     reportDirect(2, 1, cmdline(), 0, nullptr);
     reportLock("lock", datetime(static_cast<unsigned long>(timestamp())), 1, 2, "", "", "", "");
     makePath();
+    android::__MemKVPair pair{};
+    setValue(&pair, android::MEM_KV_TYPE_INT64, int64_t{1234});
     notify_extra_log_finish(1);
 }
 
