@@ -2,7 +2,8 @@
  * Typed key/value pairs, in which a caller describes a sample of memory figures. The caller owns an
  * array of them, fills it and hands it to the report of the sample.
  *
- * A pair goes through these steps:
+ * MemKVPairArray.h has an owner that does all of the following by itself. By hand, a pair goes
+ * through these steps:
  *
  *     android::__MemKVPair pair{};                            // tag 0 and an empty string
  *     pair.key = "VmRSS";
