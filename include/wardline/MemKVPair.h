@@ -1,6 +1,6 @@
 /**
  * Typed key/value pairs, in which a caller describes a sample of memory figures. The caller owns an
- * array of them, fills it and hands it to the report of the sample.
+ * array of them, fills it and hands it to reportMemMonitorEvent().
  *
  * MemKVPairArray.h has an owner that does all of the following by itself. By hand, a pair goes
  * through these steps:
@@ -8,7 +8,7 @@
  *     android::__MemKVPair pair{};                            // tag 0 and an empty string
  *     pair.key = "VmRSS";
  *     android::setMemKVPairValue(&pair, android::MEM_KV_TYPE_UINT64, uint64_t{5120});
- *     ...                                                    // reports &pair, 1 pair
+ *     android::reportMemMonitorEvent(&pair, 1);
  *     android::setMemKVPairValue(&pair, android::MEM_KV_TYPE_INT32, 0);  // releases the value
  */
 #pragma once
@@ -33,7 +33,7 @@ enum MemKVType : int32_t {
     MEM_KV_TYPE_DOUBLE = 6,
     MEM_KV_TYPE_FLOAT = 7,
     MEM_KV_TYPE_BYTES = 8,
-    MEM_KV_TYPE_NONE = 9,  // No member is.
+    MEM_KV_TYPE_NONE = 9,  // No member is. Such a pair cannot be reported.
 };
 
 /**
@@ -97,7 +97,8 @@ static_assert(offsetof(__MemKVPair, value) == 40);
  *
  * Effects: first the old value is released and the tag set, then the value is looked at. So a pair
  * has the new tag also when the call fails: with a null pointer an empty string or array of bytes,
- * with an unknown tag nothing. It may be set again or released then.
+ * with an unknown tag nothing. It may be set again or released then; reportMemMonitorEvent() sends
+ * the empty value, but turns an array away that holds an unknown tag.
  *
  * Errors: an unknown tag is logged at ERROR, a null pointer is not:
  *

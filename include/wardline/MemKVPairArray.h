@@ -1,9 +1,10 @@
 /**
- * An owner of typed key/value pairs, with which a sample is described in a few lines:
+ * An owner of typed key/value pairs, with which a sample is described and reported in a few lines:
  *
  *     android::MemKVPairArray sample;
  *     sample.addUint64("MemFree", freeKb);
  *     sample.addString("Name", "system_server");
+ *     android::reportMemMonitorEvent(sample.data(), sample.size());
  *
  * Everything is inline: the library exports none of it.
  */
@@ -51,6 +52,7 @@ class MemKVPairArray {
     void addUint64(std::string key, uint64_t value) {
         add(std::move(key), MEM_KV_TYPE_UINT64, value);
     }
+    /** Stores the value as it is; reportMemMonitorEvent() sends true in any case. */
     void addBool(std::string key, bool value) { add(std::move(key), MEM_KV_TYPE_BOOL, value); }
     void addDouble(std::string key, double value) {
         add(std::move(key), MEM_KV_TYPE_DOUBLE, value);

@@ -1,5 +1,5 @@
-// The clock and the monitor directory; stability events and ART lock timeouts; the core dump
-// decision, and the notifications to the stability kernel driver.
+// The clocks and the monitor directory; stability events, ART lock timeouts and samples of memory
+// figures; the core dump decision, and the notifications to the stability kernel driver.
 
 #include <android-base/file.h>
 #include <android-base/properties.h>
@@ -19,6 +19,8 @@
 
 #include <algorithm>
 #include <memory>
+#include <span>
+#include <sstream>
 #include <string_view>
 #include <vector>
 
@@ -31,7 +33,9 @@
 #include "wardline/ArtLockTimeoutReport.h"
 #include "wardline/Cmdline.h"
 #include "wardline/Coredump.h"
+#include "wardline/DeviceInfo.h"
 #include "wardline/MemKVPair.h"
+#include "wardline/MemMonitorEventReport.h"
 #include "wardline/MonitorPath.h"
 #include "wardline/StabEventReport.h"
 #include "wardline/StabNotify.h"
@@ -57,6 +61,12 @@ long wallClockMs() {
     timeval now;
     gettimeofday(&now, nullptr);
     return now.tv_sec * 1000 + now.tv_usec / 1000;
+}
+
+long monotonicMs() {
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec * 1000 + now.tv_nsec / 1000000;
 }
 
 }  // namespace
@@ -114,6 +124,7 @@ namespace {
 
 constexpr int kStabEventId = 36;
 constexpr int kArtLockTimeoutId = 39;
+constexpr int kMemMonitorEventId = 89;
 
 /** A record's bytes in an array of exactly their number; there is one for an empty record too. */
 std::unique_ptr<unsigned char[]> byteArray(const std::string& record) {
@@ -301,6 +312,141 @@ bool android::setMemKVPairValue(__MemKVPair* pair, long type, ...) {
     const bool stored = storeValue(*pair, arguments);
     va_end(arguments);
     return stored;
+}
+
+// Device information.
+
+android::DeviceInfo android::cachedDeviceInfo;
+bool android::isDeviceInfoCached = false;
+
+namespace {
+
+/** The parts between the delimiters; none of an empty text, and none after a delimiter at the end. */
+std::vector<std::string> split(const std::string& text, char delimiter) {
+    std::istringstream stream(text);
+    std::vector<std::string> parts;
+    for (std::string part; std::getline(stream, part, delimiter);)
+        parts.push_back(part);
+    return parts;
+}
+
+/** The first two pieces of a component, empty where there are fewer; further ones are dropped. */
+std::pair<std::string, std::string> splitInTwo(const std::string& component) {
+    std::vector<std::string> pieces = split(component, ':');
+    pieces.resize(2);
+    return {pieces[0], pieces[1]};
+}
+
+/** Fills the cache unless it is filled; false while the device's fingerprint is not valid. */
+bool setDeviceInfo() {
+    if (android::isDeviceInfoCached) return true;
+
+    const auto parts = split(android::base::GetProperty("ro.build.fingerprint", ""), '/');
+    if (parts.size() != 6) {
+        ALOGE("Invalid build.fingerprint format");
+        return false;
+    }
+    const auto [device, release] = splitInTwo(parts[2]);
+    const auto [incremental, buildType] = splitInTwo(parts[4]);
+    const android::DeviceInfo info = {parts[0], parts[1],    device,    release,
+                                      parts[3], incremental, buildType, parts[5]};
+    // Copied, not moved: of two threads that come here, the later one then writes the same bytes to
+    // the same places, which the other may be reading already.
+    android::cachedDeviceInfo = info;
+    android::isDeviceInfoCached = true;
+    return true;
+}
+
+}  // namespace
+
+// Memory monitor events.
+
+namespace {
+
+std::string textOf(const std::vector<unsigned char>& bytes) {
+    return {bytes.begin(), bytes.end()};
+}
+
+/** Adds a pair as two elements, deliberately: one holds only its key, the next one only its value. */
+bool addPair(MemMonitorEvent& event, const android::__MemKVPair& pair) {
+    event.add_kvs()->set_key(pair.key);
+    KeyValue& element = *event.add_kvs();
+    switch (pair.type) {
+        case android::MEM_KV_TYPE_STRING:
+            element.set_string_value(pair.value.string_value);
+            return true;
+        case android::MEM_KV_TYPE_INT32:
+            element.set_int32_value(pair.value.int32_value);
+            return true;
+        case android::MEM_KV_TYPE_INT64:
+            element.set_int64_value(pair.value.int64_value);
+            return true;
+        case android::MEM_KV_TYPE_UINT32:
+            element.set_uint32_value(pair.value.uint32_value);
+            return true;
+        case android::MEM_KV_TYPE_UINT64:
+            element.set_uint64_value(pair.value.uint64_value);
+            return true;
+        case android::MEM_KV_TYPE_BOOL:
+            element.set_bool_value(true);  // Deliberate: whatever the pair holds.
+            return true;
+        case android::MEM_KV_TYPE_DOUBLE:
+            element.set_double_value(pair.value.double_value);
+            return true;
+        case android::MEM_KV_TYPE_FLOAT:
+            element.set_float_value(pair.value.float_value);
+            return true;
+        case android::MEM_KV_TYPE_BYTES:
+            element.set_bytes_value(textOf(pair.value.bytes_value));
+            return true;
+        default:
+            return logInvalidType(pair.type);
+    }
+}
+
+bool addExtraInfo(MemMonitorEvent& event, std::span<const android::__MemKVPair> pairs) {
+    return std::ranges::all_of(pairs, [&](const auto& pair) { return addPair(event, pair); });
+}
+
+/** Sets all eight fields, also to empty texts. */
+void addDeviceInfo(MemMonitorEvent& event, const android::DeviceInfo& info) {
+    event.set_brand(info.brand);
+    event.set_product(info.product);
+    event.set_device(info.device);
+    event.set_release(info.release);
+    event.set_build_id(info.build_id);
+    event.set_incremental(info.incremental);
+    event.set_build_type(info.build_type);
+    event.set_tags(info.tags);
+}
+
+}  // namespace
+
+// Deliberate: every line is an ERROR, also the one that tells the size.
+void android::reportMemMonitorEvent(__MemKVPair* kv, unsigned long kvcount) {
+    if (kv == nullptr || kvcount == 0) {
+        ALOGE("reportMemMonitorEvent kv is null or kvcount is 0");
+        return;
+    }
+    MemMonitorEvent event;
+    if (!addExtraInfo(event, {kv, kvcount})) {
+        ALOGE("reportMemMonitorEvent addExtraInfo failed");
+        return;
+    }
+    event.set_uptime_ms(monotonicMs());
+    event.set_timestamp_ms(wallClockMs());
+    if (!setDeviceInfo()) {
+        ALOGE("reportMemMonitorEvent setDeviceInfo failed");
+        return;
+    }
+    addDeviceInfo(event, cachedDeviceInfo);
+
+    // Partial, as the elements that hold a value lack the required key.
+    const std::string record = event.SerializePartialAsString();
+    const auto bytes = byteArray(record);
+    ALOGE("et size: %zu", record.size());
+    __android_sysevents_buf_writes(wallClockMs(), kMemMonitorEventId, bytes.get(),
+                                   static_cast<int>(record.size()));
 }
 
 // Core dump decision.

@@ -55,13 +55,16 @@ android_exports() {
 attributes='std::map<STRING, STRING, std::less<STRING>, '
 attributes+='std::allocator<std::pair<STRING const, STRING>>> const*'
 diff <(android_exports) <(sort <<END
+android::cachedDeviceInfo
 android::createMonitorPath()
 android::getCmdline[abi:cxx11]()
 android::getTimestamp()
+android::isDeviceInfoCached
 android::millisecondsToDatetime[abi:cxx11](unsigned long)
 android::needCoredump(char const*)
 android::reportArtLockTimeout(STRING const&, STRING const&, unsigned long, unsigned long, \
 STRING const&, STRING const&, STRING const&, STRING const&)
+android::reportMemMonitorEvent(android::__MemKVPair*, unsigned long)
 android::reportStabEvent(int, int, STRING const&, unsigned long, $attributes)
 android::reportStabEventDirect(int, int, STRING const&, unsigned long, $attributes)
 android::setMemKVPairValue(android::__MemKVPair*, long, ...)

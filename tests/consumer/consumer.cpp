@@ -4,7 +4,9 @@
 #include <wardline/ArtLockTimeoutReport.h>
 #include <wardline/Cmdline.h>
 #include <wardline/Coredump.h>
-#include <wardline/MemKVPair.h>
+#include <wardline/DeviceInfo.h>
+#include <wardline/MemKVPairArray.h>
+#include <wardline/MemMonitorEventReport.h>
 #include <wardline/MonitorPath.h>
 #include <wardline/StabEventReport.h>
 #include <wardline/StabNotify.h>
@@ -28,6 +30,7 @@ void callEveryFunction() {
     std::string (*const cmdline)() = android::getCmdline;
     bool (*const makePath)() = android::createMonitorPath;
     bool (*const setValue)(android::__MemKVPair*, long, ...) = android::setMemKVPairValue;
+    void (*const reportMem)(android::__MemKVPair*, unsigned long) = android::reportMemMonitorEvent;
 
     decide("consumer");
     report(2, 1, "consumer", 0, nullptr);
@@ -36,6 +39,10 @@ void callEveryFunction() {
     makePath();
     android::__MemKVPair pair{};
     setValue(&pair, android::MEM_KV_TYPE_INT64, int64_t{1234});
+    reportMem(&pair, android::isDeviceInfoCached ? 1 : 0);
+    android::MemKVPairArray sample;
+    sample.addString("brand", android::cachedDeviceInfo.brand);
+    reportMem(sample.data(), sample.size());
     notify_extra_log_finish(1);
 }
 

@@ -17,18 +17,10 @@
 #include <time.h>
 
 #include <string>
-#include <string_view>
 
 #include "PlatformTrace.h"
 
 namespace {
-
-/** True for code of the library, by an address in it. */
-bool isOfLibrary(const void* code) {
-    Dl_info info = {};
-    return dladdr(code, &info) != 0 &&
-           std::string_view(info.dli_fname).find("libwardline.so") != std::string_view::npos;
-}
 
 std::string octal(mode_t mode) {
     char text[16];

@@ -12,6 +12,7 @@
 #include <mutex>
 #include <optional>
 #include <ostream>
+#include <string_view>
 #include <utility>
 
 #include "internal/SysEventsBuffer.h"
@@ -81,6 +82,12 @@ void noteCall(const std::string& call) {
         observer = trace().observer;
     }
     if (observer) observer(call);
+}
+
+bool isOfLibrary(const void* code) {
+    Dl_info info = {};
+    return dladdr(code, &info) != 0 &&
+           std::string_view(info.dli_fname).find("libwardline.so") != std::string_view::npos;
 }
 
 void PrintTo(const LogLine& line, std::ostream* out) {

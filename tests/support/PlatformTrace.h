@@ -40,6 +40,9 @@ std::vector<std::string> calls();
 /** Adds a call that the library made elsewhere; observers hear of it too. */
 void noteCall(const std::string& call);
 
+/** True for code of the library, by an address in it; tells its calls from those of others. */
+bool isOfLibrary(const void* code);
+
 /** Calls observer on the caller's thread as each call arrives, before it is passed on. */
 void observeCalls(std::function<void(const std::string& call)> observer);
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 #include <wardline/ArtLockTimeoutReport.h>
+#include <wardline/MemKVPairArray.h>
+#include <wardline/MemMonitorEventReport.h>
 #include <wardline/StabEventReport.h>
 
 #include <string>
@@ -48,6 +50,18 @@ TEST_F(HugeRecord, OfALockTimeoutIsNull) {
 
     EXPECT_EQ("", onlyEvent().payload);
     EXPECT_EQ(nullptr, lastPayloadPointer());
+}
+
+TEST_F(HugeRecord, OfASampleIsAnEmptyArray) {
+    setProperty("ro.build.fingerprint", "b/p/d:13/ID1/42:user/release-keys");
+    android::MemKVPairArray sample;
+    sample.addString("a", text_);
+
+    android::reportMemMonitorEvent(sample.data(), sample.size());
+
+    EXPECT_EQ("", onlyEvent().payload);
+    EXPECT_NE(nullptr, lastPayloadPointer());
+    EXPECT_EQ((std::vector<LogLine>{{6, "libwardline", "et size: 0"}}), logLines());
 }
 
 }  // namespace

@@ -2,6 +2,9 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <wardline/DeviceInfo.h>
+
+#include <string>
 
 #include "support/Allocations.h"
 
@@ -20,6 +23,35 @@ TEST(Load, SetsTheMonitorPathUpAndUnloadDestroysIt) {
     EXPECT_EQ(0, dlclose(library));
     EXPECT_EQ(nullptr, dlopen(LIBWARDLINE, RTLD_NOW | RTLD_NOLOAD));
     EXPECT_EQ(0, allocations.heldOfSize(kMonitorPathBytes));
+}
+
+TEST(Load, SetsTheDeviceInformationUpEmptyAndUnloadDestroysIt) {
+    Allocations allocations;
+    void* const library = dlopen(LIBWARDLINE, RTLD_NOW);
+    ASSERT_NE(nullptr, library) << dlerror();
+
+    const auto* const isCached =
+        static_cast<const bool*>(dlsym(library, "_ZN7android18isDeviceInfoCachedE"));
+    auto* const info =
+        static_cast<android::DeviceInfo*>(dlsym(library, "_ZN7android16cachedDeviceInfoE"));
+    ASSERT_NE(nullptr, isCached);
+    ASSERT_NE(nullptr, info);
+    std::string* const texts[] = {&info->brand,      &info->product,  &info->device,
+                                  &info->release,    &info->build_id, &info->incremental,
+                                  &info->build_type, &info->tags};
+
+    EXPECT_FALSE(*isCached);
+    size_t length = 1000;
+    for (std::string* text : texts) {
+        EXPECT_EQ("", *text);
+        text->assign(length, 'x');
+        EXPECT_EQ(1, allocations.heldOfSize(length + 1));
+        ++length;
+    }
+
+    EXPECT_EQ(0, dlclose(library));
+    for (size_t bytes = 1001; bytes <= 1008; ++bytes)
+        EXPECT_EQ(0, allocations.heldOfSize(bytes));
 }
 
 }  // namespace

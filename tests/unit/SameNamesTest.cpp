@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <wardline/ArtLockTimeoutReport.h>
+#include <wardline/MemMonitorEventReport.h>
 #include <wardline/MonitorPath.h>
 #include <wardline/StabEventReport.h>
 #include <wardline/Timestamp.h>
@@ -10,6 +11,7 @@
 #include <filesystem>
 
 #include "support/MonitorTest.h"
+#include "wardline_records.pb.h"
 
 int64_t android::getTimestamp() {
     return 1;
@@ -33,6 +35,18 @@ TEST_F(SameNames, DoNotChangeTheTimeOfALockTimeout) {
     android::reportArtLockTimeout("n", "t", 1, 2, "o", "b", "x", "y");
 
     EXPECT_NE(1, onlyEvent().timeMs);
+}
+
+TEST_F(SameNames, DoNotChangeTheTimesOfASample) {
+    setProperty("ro.build.fingerprint", "b/p/d:13/ID1/42:user/release-keys");
+    android::__MemKVPair pair{};
+
+    android::reportMemMonitorEvent(&pair, 1);
+
+    EXPECT_NE(1, onlyEvent().timeMs);
+    MemMonitorEvent event;
+    ASSERT_TRUE(event.ParsePartialFromString(onlyEvent().payload));
+    EXPECT_NE(1, event.timestamp_ms());
 }
 
 TEST_F(SameNames, DoNotChangeWhetherAnEventIsFiled) {
