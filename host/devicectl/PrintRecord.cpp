@@ -28,6 +28,41 @@ void printHexLine(size_t offset, std::string_view line) {
     printf("|\n");
 }
 
+void printFigure(const KeyValue& element) {
+    if (element.has_key()) printf("  key           %s\n", inQuotes(element.key()).c_str());
+    switch (element.value_case()) {
+        case KeyValue::kStringValue:
+            printf("  string_value  %s\n", inQuotes(element.string_value()).c_str());
+            return;
+        case KeyValue::kInt32Value:
+            printf("  int32_value   %" PRId32 "\n", element.int32_value());
+            return;
+        case KeyValue::kInt64Value:
+            printf("  int64_value   %" PRId64 "\n", element.int64_value());
+            return;
+        case KeyValue::kUint32Value:
+            printf("  uint32_value  %" PRIu32 "\n", element.uint32_value());
+            return;
+        case KeyValue::kUint64Value:
+            printf("  uint64_value  %" PRIu64 "\n", element.uint64_value());
+            return;
+        case KeyValue::kBoolValue:
+            printf("  bool_value    %s\n", element.bool_value() ? "true" : "false");
+            return;
+        case KeyValue::kDoubleValue:
+            printf("  double_value  %.17g\n", element.double_value());
+            return;
+        case KeyValue::kFloatValue:
+            printf("  float_value   %.9g\n", static_cast<double>(element.float_value()));
+            return;
+        case KeyValue::kBytesValue:
+            printf("  bytes_value   %s\n", inQuotes(element.bytes_value()).c_str());
+            return;
+        case KeyValue::VALUE_NOT_SET:
+            return;
+    }
+}
+
 }  // namespace
 
 std::string inQuotes(std::string_view text) {
@@ -88,4 +123,25 @@ void printLockTimeouts(const std::string& record) {
         printf("  extra1        %s\n", inQuotes(timeout.extra1()).c_str());
         printf("  extra2        %s\n", inQuotes(timeout.extra2()).c_str());
     }
+}
+
+void printMemSample(const std::string& record) {
+    MemMonitorEvent event;
+    // Elements without a key are what the library sends.
+    if (!event.ParsePartialFromString(record)) {
+        printf("  damaged: not a whole MemMonitorEvent\n");
+        return;
+    }
+    printf("  timestamp_ms  %" PRId64 "\n", event.timestamp_ms());
+    printf("  uptime_ms     %" PRId64 "\n", event.uptime_ms());
+    printf("  brand         %s\n", inQuotes(event.brand()).c_str());
+    printf("  product       %s\n", inQuotes(event.product()).c_str());
+    printf("  device        %s\n", inQuotes(event.device()).c_str());
+    printf("  release       %s\n", inQuotes(event.release()).c_str());
+    printf("  build_id      %s\n", inQuotes(event.build_id()).c_str());
+    printf("  incremental   %s\n", inQuotes(event.incremental()).c_str());
+    printf("  build_type    %s\n", inQuotes(event.build_type()).c_str());
+    printf("  tags          %s\n", inQuotes(event.tags()).c_str());
+    for (const KeyValue& element : event.kvs())
+        printFigure(element);
 }

@@ -21,3 +21,6 @@ void printStabEvent(const std::string& record);
 
 /** The timeouts of a serialised ArtLockTimeoutData, or that it is damaged. */
 void printLockTimeouts(const std::string& record);
+
+/** The fields of a serialised MemMonitorEvent, key and value by turns, or that it is damaged. */
+void printMemSample(const std::string& record);

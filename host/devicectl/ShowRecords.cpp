@@ -12,6 +12,7 @@ namespace {
 
 constexpr int kStabEventId = 36;
 constexpr int kArtLockTimeoutId = 39;
+constexpr int kMemMonitorEventId = 89;
 
 void printEvent(size_t index, const BufferedEvent& event) {
     const bool isFile = event.operation == EventOperation::kSingleFileWrites;
@@ -19,6 +20,7 @@ void printEvent(size_t index, const BufferedEvent& event) {
            utcTime(event.timeMs).c_str(), event.payload.size(), isFile ? ", single file" : "");
     if (event.eventId == kStabEventId) printStabEvent(event.payload);
     if (event.eventId == kArtLockTimeoutId) printLockTimeouts(event.payload);
+    if (event.eventId == kMemMonitorEventId) printMemSample(event.payload);
     printHex(event.payload);
 }
 
