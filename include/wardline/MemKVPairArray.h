@@ -26,8 +26,9 @@ namespace android {
 /**
  * An array of pairs that grows, and releases what it holds.
  *
- * Each add function appends one pair, with a copy of the value; keys and texts may be empty and hold
- * any bytes. An allocation that fails raises std::bad_alloc and leaves the array as it was.
+ * Each add function appends one pair, with a copy of the value, which may lie in the array itself;
+ * keys and texts may be empty and hold any bytes. An allocation that fails raises std::bad_alloc and
+ * leaves the array as it was.
  *
  * Threads: no lock; one array belongs to one thread at a time.
  */
@@ -40,6 +41,11 @@ class MemKVPairArray {
     }
     MemKVPairArray(const MemKVPairArray&) = delete;
     MemKVPairArray& operator=(const MemKVPairArray&) = delete;
+    MemKVPairArray(MemKVPairArray&& other) noexcept { swap(other); }
+    MemKVPairArray& operator=(MemKVPairArray&& other) noexcept {
+        swap(other);
+        return *this;
+    }
 
     void addString(std::string key, const std::string& value) {
         add(std::move(key), MEM_KV_TYPE_STRING, &value);
@@ -57,12 +63,17 @@ class MemKVPairArray {
     void addDouble(std::string key, double value) {
         add(std::move(key), MEM_KV_TYPE_DOUBLE, value);
     }
-    void addFloat(std::string key, float value) { add(std::move(key), MEM_KV_TYPE_FLOAT, value); }
+    void addFloat(std::string key, float value) {
+        add(std::move(key), MEM_KV_TYPE_FLOAT, static_cast<double>(value));
+    }
     void addBytes(std::string key, const std::vector<unsigned char>& value) {
         add(std::move(key), MEM_KV_TYPE_BYTES, &value);
     }
 
-    /** The pairs, in the order in which they were added; until the next is. Null in a new array. */
+    /**
+     * The pairs, in the order in which they were added; until the next is. Null in a new array. They
+     * may be set anew by setMemKVPairValue(), but a tag is never to be assigned.
+     */
     __MemKVPair* data() { return pairs_.data(); }
 
     /** How many pairs there are. */
@@ -73,16 +84,16 @@ class MemKVPairArray {
 
     template <typename Value>
     void add(std::string key, MemKVType type, Value value) {
-        if (size_ == pairs_.size()) grow();
-        __MemKVPair& pair = pairs_[size_];
-        setMemKVPairValue(&pair, type, value);
+        constexpr size_t kFirstPairs = 8;
+        Pairs grown(size_ == pairs_.size() ? std::max(kFirstPairs, 2 * size_) : 0);
+        __MemKVPair& pair = grown.empty() ? pairs_[size_] : grown[size_];
+        setMemKVPairValue(&pair, type, value);  // While all pairs are where the value may lie.
         pair.key = std::move(key);
+        if (!grown.empty()) moveInto(grown);
         ++size_;
     }
 
-    void grow() {
-        constexpr size_t kFirstPairs = 8;
-        Pairs grown(std::max(kFirstPairs, 2 * pairs_.size()));
+    void moveInto(Pairs& grown) {
         for (size_t i = 0; i < size_; ++i)
             moveInto(grown[i], pairs_[i]);
         pairs_.swap(grown);
@@ -101,11 +112,17 @@ class MemKVPairArray {
             new (&target.value.bytes_value)
                 std::vector<unsigned char>(std::move(source.value.bytes_value));
         } else {
-            memcpy(static_cast<void*>(&target.value), &source.value, sizeof(target.value));
+            // Every number begins where the union does and takes no more bytes than this one.
+            memcpy(&target.value.uint64_value, &source.value.uint64_value, sizeof(uint64_t));
         }
     }
 
-    Pairs pairs_;  // Those from size_ on are new.
+    void swap(MemKVPairArray& other) noexcept {
+        pairs_.swap(other.pairs_);
+        std::swap(size_, other.size_);
+    }
+
+    Pairs pairs_;  // Those from size_ on hold no buffer.
     size_t size_ = 0;
 };
 

@@ -6,6 +6,7 @@
 #include <limits>
 #include <new>
 #include <type_traits>
+#include <utility>
 
 #include "support/Allocations.h"
 
@@ -83,6 +84,44 @@ TEST(MemKVPairArray, KeepsEveryPairWhileItGrows) {
         ASSERT_EQ(bytesOf(text), pairs[2].value.bytes_value);
         ASSERT_EQ(std::numeric_limits<uint64_t>::max() - i, pairs[3].value.uint64_value);
     }
+}
+
+TEST(MemKVPairArray, TakesValuesThatLieInItself) {
+    MemKVPairArray array;
+    array.addString("", kLongText);
+    array.addBytes("", Bytes(100, 7));
+
+    for (int i = 0; i < 100; ++i) {
+        array.addString("", array.data()[0].value.string_value);
+        array.addBytes("", array.data()[1].value.bytes_value);
+    }
+
+    ASSERT_EQ(202u, array.size());
+    for (size_t i = 0; i < array.size(); i += 2) {
+        EXPECT_EQ(kLongText, array.data()[i].value.string_value);
+        EXPECT_EQ(Bytes(100, 7), array.data()[i + 1].value.bytes_value);
+    }
+}
+
+TEST(MemKVPairArray, MovesWithItsPairs) {
+    Allocations allocations;
+    {
+        MemKVPairArray first;
+        first.addString("first", kLongText);
+        MemKVPairArray second;
+        second.addString("second", kLongText);
+        const __MemKVPair* const pairs = first.data();
+
+        MemKVPairArray third = std::move(first);
+        EXPECT_EQ(pairs, third.data());
+        EXPECT_EQ(1u, third.size());
+
+        third = std::move(second);
+        ASSERT_EQ(1u, third.size());
+        EXPECT_EQ("second", third.data()->key);
+    }
+
+    EXPECT_EQ(0, allocations.held());
 }
 
 TEST(MemKVPairArray, ReleasesEverythingThatItHeld) {
