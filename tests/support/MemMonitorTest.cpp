@@ -1,9 +1,11 @@
 #include "MemMonitorTest.h"
 
+#include <wardline/DeviceInfo.h>
 #include <wardline/MemMonitorEventReport.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <utility>
 
 namespace {
 
@@ -11,6 +13,17 @@ namespace {
 constexpr char kFingerprintFile[] = "/dev/__properties__/ro.build.fingerprint";
 
 }  // namespace
+
+MemMonitorTest::MemMonitorTest() {
+    setFingerprint(kFingerprint);
+    clearDeviceInfo();
+}
+
+void MemMonitorTest::clearDeviceInfo() {
+    android::DeviceInfo none;
+    std::swap(android::cachedDeviceInfo, none);
+    android::isDeviceInfoCached = false;
+}
 
 void MemMonitorTest::setFingerprint(const std::string& fingerprint) {
     writeContent(kFingerprintFile, fingerprint);

@@ -7,7 +7,7 @@
 #include "DeviceTest.h"
 #include "wardline_records.pb.h"
 
-/** A test in a device whose build fingerprint is kFingerprint. */
+/** A test in a device whose build fingerprint is kFingerprint, in a process that has not read it. */
 class MemMonitorTest : public DeviceTest {
   protected:
     static constexpr char kFingerprint[] = "b/p/d:13/ID1/42:user/release-keys";
@@ -15,7 +15,10 @@ class MemMonitorTest : public DeviceTest {
     /** What a report does to read the fingerprint. */
     static constexpr char kFingerprintRead[] = "GetProperty ro.build.fingerprint default ";
 
-    MemMonitorTest() { setFingerprint(kFingerprint); }
+    MemMonitorTest();
+
+    /** Makes the process one that has not read the fingerprint yet. */
+    static void clearDeviceInfo();
 
     /** Gives the device another fingerprint, which no running device ever gets. */
     static void setFingerprint(const std::string& fingerprint);

@@ -4,6 +4,7 @@
 #include <wardline/DeviceInfo.h>
 #include <wardline/MemMonitorEventReport.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <future>
@@ -28,10 +29,17 @@ using Parts = std::vector<std::string>;
 
 static_assert(std::is_same_v<bool, decltype(isDeviceInfoCached)>);
 
+std::vector<std::string*> cachedStrings() {
+    android::DeviceInfo& info = cachedDeviceInfo;
+    return {&info.brand,    &info.product,     &info.device,     &info.release,
+            &info.build_id, &info.incremental, &info.build_type, &info.tags};
+}
+
 Parts cachedParts() {
-    const android::DeviceInfo& info = cachedDeviceInfo;
-    return {info.brand,    info.product,     info.device,     info.release,
-            info.build_id, info.incremental, info.build_type, info.tags};
+    Parts parts;
+    for (const std::string* text : cachedStrings())
+        parts.push_back(*text);
+    return parts;
 }
 
 Parts sentParts(const MemMonitorEvent& event) {
@@ -49,11 +57,6 @@ class DeviceInfo : public MemMonitorTest {
                 {6, "libwardline", "reportMemMonitorEvent setDeviceInfo failed"}};
     }
 };
-
-TEST_F(DeviceInfo, IsEmptyAndNotCachedAtLoad) {
-    EXPECT_FALSE(isDeviceInfoCached);
-    EXPECT_EQ(kNoParts, cachedParts());
-}
 
 TEST_F(DeviceInfo, IsCachedAndSentByTheFirstReport) {
     reportSample();
@@ -148,23 +151,26 @@ TEST_F(DeviceInfo, IsNotReadForAReportThatHasFailedAlready) {
     EXPECT_EQ(0, fingerprintReads());
 }
 
-TEST_F(DeviceInfo, IsNotCachedBeforeItsLastString) {
-    const std::string tags(500, 't');
-    setFingerprint("b/p/d:13/ID1/42:user/" + tags);
-    cachedDeviceInfo.tags.reserve(300);  // Grows to twice as much where it does not suffice.
-    {
-        Allocations allocations;
-        allocations.fail(601);
-        EXPECT_THROW(reportSample(), std::bad_alloc);
+TEST_F(DeviceInfo, IsAssignedInTheOrderOfItsFieldsAndOnlyThenCached) {
+    const std::string large(500, 'x');
+    for (size_t i = 0; i < kParts.size(); ++i) {
+        clearDeviceInfo();
+        Parts parts = kParts;
+        parts[i] = large;
+        setFingerprint(parts[0] + "/" + parts[1] + "/" + parts[2] + ":" + parts[3] + "/" +
+                       parts[4] + "/" + parts[5] + ":" + parts[6] + "/" + parts[7]);
+        cachedStrings()[i]->reserve(300);  // Grows to twice as much where it does not suffice.
+        {
+            Allocations allocations;
+            allocations.fail(601);
+            EXPECT_THROW(reportSample(), std::bad_alloc);
+        }
+        Parts assigned = kNoParts;
+        std::copy_n(parts.begin(), i, assigned.begin());
+        EXPECT_EQ(assigned, cachedParts());
+        EXPECT_FALSE(isDeviceInfoCached);
     }
-    EXPECT_FALSE(isDeviceInfoCached);
-    EXPECT_EQ("user", cachedDeviceInfo.build_type);
     EXPECT_EQ(0u, events().size());
-
-    reportSample();
-
-    EXPECT_TRUE(isDeviceInfoCached);
-    EXPECT_EQ(tags, cachedDeviceInfo.tags);
 }
 
 TEST_F(DeviceInfo, MayBeFilledByTwoReportsAtOnce) {
@@ -197,11 +203,7 @@ struct Fingerprint {
 };
 
 void PrintTo(const Fingerprint& fingerprint, std::ostream* out) {
-    *out << fingerprint.value;
-}
-
-std::string nameOf(const testing::TestParamInfo<Fingerprint>& info) {
-    return info.param.name;
+    *out << fingerprint.name;
 }
 
 class DeviceInfoOf : public DeviceInfo, public testing::WithParamInterface<Fingerprint> {};
@@ -219,37 +221,37 @@ TEST_P(DeviceInfoOf, IsCutIntoEightTexts) {
 
 const std::string kLong(100, 'x');
 const Fingerprint kValid[] = {
-    {"Plain", "b/p/d:13/ID1/42:user/release-keys", kParts},
-    {"NoRelease", "b/p/d/ID1/42:user/keys", {"b", "p", "d", "", "ID1", "42", "user", "keys"}},
-    {"NoBuildType", "b/p/d:13/ID1/42/keys", {"b", "p", "d", "13", "ID1", "42", "", "keys"}},
-    {"SlashAtTheEnd",
+    {"plain", "b/p/d:13/ID1/42:user/release-keys", kParts},
+    {"no release", "b/p/d/ID1/42:user/keys", {"b", "p", "d", "", "ID1", "42", "user", "keys"}},
+    {"no build type", "b/p/d:13/ID1/42/keys", {"b", "p", "d", "13", "ID1", "42", "", "keys"}},
+    {"slash at the end",
      "b/p/d:13/ID1/42:user/keys/",
      {"b", "p", "d", "13", "ID1", "42", "user", "keys"}},
-    {"EmptyTags", "b/p/d:13/ID1/42:user//", {"b", "p", "d", "13", "ID1", "42", "user", ""}},
-    {"EmptyFirst", "/p/d:13/ID1/42:user/keys", {"", "p", "d", "13", "ID1", "42", "user", "keys"}},
-    {"EmptyMiddle", "b//d:13//42:user/keys", {"b", "", "d", "13", "", "42", "user", "keys"}},
-    {"EmptySplitOnes", "b/p//ID1//keys", {"b", "p", "", "", "ID1", "", "", "keys"}},
-    {"AllEmpty", "//////", kNoParts},
-    {"ColonAtTheEnd", "b/p/d:/ID1/42:/keys", {"b", "p", "d", "", "ID1", "42", "", "keys"}},
-    {"ColonFirst", "b/p/:13/ID1/:user/keys", {"b", "p", "", "13", "ID1", "", "user", "keys"}},
-    {"OnlyColon", "b/p/:/ID1/:/keys", {"b", "p", "", "", "ID1", "", "", "keys"}},
-    {"FurtherPieces",
+    {"empty tags", "b/p/d:13/ID1/42:user//", {"b", "p", "d", "13", "ID1", "42", "user", ""}},
+    {"empty first", "/p/d:13/ID1/42:user/keys", {"", "p", "d", "13", "ID1", "42", "user", "keys"}},
+    {"empty middle", "b//d:13//42:user/keys", {"b", "", "d", "13", "", "42", "user", "keys"}},
+    {"empty split ones", "b/p//ID1//keys", {"b", "p", "", "", "ID1", "", "", "keys"}},
+    {"all empty", "//////", kNoParts},
+    {"colon at the end", "b/p/d:/ID1/42:/keys", {"b", "p", "d", "", "ID1", "42", "", "keys"}},
+    {"colon first", "b/p/:13/ID1/:user/keys", {"b", "p", "", "13", "ID1", "", "user", "keys"}},
+    {"only colon", "b/p/:/ID1/:/keys", {"b", "p", "", "", "ID1", "", "", "keys"}},
+    {"further pieces",
      "b/p/d:13:x:y/ID1/42:user:z/keys",
      {"b", "p", "d", "13", "ID1", "42", "user", "keys"}},
-    {"TwoColons", "b/p/d::13/ID1/42::user/keys", {"b", "p", "d", "", "ID1", "42", "", "keys"}},
-    {"ColonsElsewhere",
+    {"two colons", "b/p/d::13/ID1/42::user/keys", {"b", "p", "d", "", "ID1", "42", "", "keys"}},
+    {"colons elsewhere",
      "b:1/p:2:3/d:13/I:D:1/42:user/:keys:",
      {"b:1", "p:2:3", "d", "13", "I:D:1", "42", "user", ":keys:"}},
-    {"OddBytes",
+    {"odd bytes",
      " b/p\n/d\t:\xff/\xc3\x28/42 :user/k k\n",
      {" b", "p\n", "d\t", "\xff", "\xc3\x28", "42 ", "user", "k k\n"}},
-    {"Long",
+    {"long",
      kLong + "1/" + kLong + "2/" + kLong + "3:" + kLong + "4/" + kLong + "5/" + kLong +
          "6:" + kLong + "7/" + kLong + "8",
      {kLong + "1", kLong + "2", kLong + "3", kLong + "4", kLong + "5", kLong + "6", kLong + "7",
       kLong + "8"}},
 };
-INSTANTIATE_TEST_SUITE_P(Valid, DeviceInfoOf, testing::ValuesIn(kValid), nameOf);
+INSTANTIATE_TEST_SUITE_P(Valid, DeviceInfoOf, testing::ValuesIn(kValid));
 
 class DeviceInfoOfNone : public DeviceInfo, public testing::WithParamInterface<Fingerprint> {};
 
@@ -265,17 +267,17 @@ TEST_P(DeviceInfoOfNone, LosesTheEventAndLogsTwoErrors) {
 }
 
 const Fingerprint kInvalid[] = {
-    {"Empty", "", {}},
-    {"OneComponent", "brand", {}},
-    {"Slash", "/", {}},
-    {"FiveComponents", "b/p/d:13/ID1/42:user", {}},
-    {"FiveComponentsAndASlash", "b/p/d:13/ID1/42:user/", {}},
-    {"FiveEmptyComponents", "/////", {}},
-    {"SevenComponents", "b/p/d:13/ID1/42:user/keys/x", {}},
-    {"SixAndAnEmptyComponent", "b/p/d:13/ID1/42:user/keys//", {}},
-    {"ColonsForSlashes", "b:p:d:13:ID1:42", {}},
+    {"empty", "", {}},
+    {"one component", "brand", {}},
+    {"slash", "/", {}},
+    {"five components", "b/p/d:13/ID1/42:user", {}},
+    {"five components and a slash", "b/p/d:13/ID1/42:user/", {}},
+    {"five empty components", "/////", {}},
+    {"seven components", "b/p/d:13/ID1/42:user/keys/x", {}},
+    {"six and an empty component", "b/p/d:13/ID1/42:user/keys//", {}},
+    {"colons for slashes", "b:p:d:13:ID1:42", {}},
 };
-INSTANTIATE_TEST_SUITE_P(Invalid, DeviceInfoOfNone, testing::ValuesIn(kInvalid), nameOf);
+INSTANTIATE_TEST_SUITE_P(Invalid, DeviceInfoOfNone, testing::ValuesIn(kInvalid));
 
 TEST_F(DeviceInfo, OfADeviceWithoutTheProperty) {
     removeFingerprint();

@@ -65,6 +65,7 @@ TEST_F(MemKVPair, IsNewWithAnEmptyKeyTag0AndAnEmptyString) {
     EXPECT_EQ("", pair_.key);
     EXPECT_EQ(0, pair_.type);
     EXPECT_EQ("", pair_.value.string_value);
+    EXPECT_NE(nullptr, pair_.value.string_value.data());
 }
 
 // Each type.
@@ -159,8 +160,8 @@ TEST_F(MemKVPair, HoldsDoubles) {
 
 TEST_F(MemKVPair, HoldsTheFloatNearestToADouble) {
     const std::pair<double, float> roundings[] = {
-        {0.0, 0.0F},   {0.1, 0.1F},           {16777217.0, 16777216.0F}, {16777219.0, 16777220.0F},
-        {1e-60, 0.0F}, {-INFINITY, -INFINITY}};
+        {0.0, 0.0F},   {0.1, 0.1F},       {16777217.0, 16777216.0F}, {16777219.0, 16777220.0F},
+        {1e-60, 0.0F}, {1e300, INFINITY}, {-INFINITY, -INFINITY}};
     for (const auto& [number, nearest] : roundings) {
         EXPECT_TRUE(setMemKVPairValue(&pair_, 7, number));
 

@@ -145,7 +145,7 @@ TEST_F(ReportMemMonitorEvent, KeepsTheBitsOfFloatingPointNumbers) {
 
 TEST_F(ReportMemMonitorEvent, TakesTextsWholeWithAnyBytes) {
     const std::string odd("a\0%s\xc3\x28\xff", 7);
-    const std::string large(1 << 20, '\xff');
+    const std::string large(8 << 20, '\xff');
     MemKVPairArray sample;
     sample.addString(odd, odd);
     sample.addString(large, large);
@@ -204,6 +204,19 @@ TEST_F(ReportMemMonitorEvent, KeepsTheOrderOfTenThousandPairs) {
         ASSERT_EQ(i % 2 == 0 ? i : 0, event.kvs(2 * i + 1).int32_value());
         ASSERT_EQ(i % 2 == 0 ? "" : key, event.kvs(2 * i + 1).string_value());
     }
+}
+
+TEST_F(ReportMemMonitorEvent, TakesMorePairsThan16BitsCount) {
+    constexpr int kPairs = 70'000;
+    MemKVPairArray sample;
+    for (int i = 0; i < kPairs; ++i)
+        sample.addInt32("", i);
+
+    report(sample);
+
+    const MemMonitorEvent event = parsed(onlyEvent());
+    ASSERT_EQ(2 * kPairs, event.kvs_size());
+    EXPECT_EQ(kPairs - 1, event.kvs(2 * kPairs - 1).int32_value());
 }
 
 TEST_F(ReportMemMonitorEvent, LooksAtAsManyPairsAsItIsTold) {
@@ -379,6 +392,20 @@ TEST_F(ReportMemMonitorEvent, RefusesAnArrayWithAnUnknownTagWhereverItIs) {
     EXPECT_EQ(0u, events().size());
 }
 
+TEST_F(ReportMemMonitorEvent, CopiesNothingOfAPairWithAnUnknownTag) {
+    MemKVPairArray sample;
+    sample.addInt32(std::string(5000, 'k'), 1);
+    sample.data()->type = 9;
+    {
+        Allocations allocations;
+        allocations.fail(5001);
+        report(sample);
+    }
+
+    EXPECT_EQ(errors({"Invalid value type: 9", "reportMemMonitorEvent addExtraInfo failed"}),
+              logLines());
+}
+
 TEST_F(ReportMemMonitorEvent, StopsAtTheFirstUnknownTag) {
     MemKVPairArray sample;
     for (int i = 0; i < 3; ++i)
@@ -437,7 +464,8 @@ TEST_F(ReportMemMonitorEvent, HandsOverABufferOfExactlyTheRecordsLength) {
 
     reportSample();
 
-    EXPECT_EQ(onlyEvent().payload.size(), allocations.sizeOf(lastPayloadPointer()));
+    const size_t sizeBytes = allocations.sizeOf(lastPayloadPointer());
+    EXPECT_EQ(onlyEvent().payload.size(), sizeBytes);
 }
 
 TEST_F(ReportMemMonitorEvent, FillsTheBufferBeforeItLogsTheSize) {
@@ -466,6 +494,26 @@ TEST_F(ReportMemMonitorEvent, KeepsTheBufferUntilTheOperationHasReturnedAndNoLon
 
     EXPECT_TRUE(heldAtReturn);
     EXPECT_FALSE(allocations.isHeld(lastPayloadPointer()));
+}
+
+TEST_F(ReportMemMonitorEvent, KeepsEventAndByteStringAsLong) {
+    MemKVPairArray sample;
+    sample.addString("a", std::string(5000, 'x'));
+    report(sample);
+    const size_t recordBytes = onlyEvent().payload.size();
+    int ofEvent = -1;
+    int ofByteString = -1;
+    Allocations allocations;
+    observeReturns([&](const std::string& call) {
+        if (call != "writes 89") return;
+        ofEvent = allocations.heldOfSize(5001);
+        ofByteString = allocations.heldOfSize(recordBytes + 1);
+    });
+
+    report(sample);
+
+    EXPECT_EQ(1, ofEvent);
+    EXPECT_EQ(1, ofByteString);
 }
 
 TEST_F(ReportMemMonitorEvent, LeavesNothingAllocated) {
