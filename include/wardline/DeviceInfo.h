@@ -44,13 +44,15 @@ static_assert(offsetof(DeviceInfo, build_type) == 6 * sizeof(std::string));
 static_assert(offsetof(DeviceInfo, tags) == 7 * sizeof(std::string));
 
 /**
- * What reportMemMonitorEvent() sends. Empty until isDeviceInfoCached is true, constant from then on;
- * destroyed when the library is unloaded or the process exits.
+ * What reportMemMonitorEvent() sends. Empty at load, complete once isDeviceInfoCached is true, and
+ * constant from then on; destroyed when the library is unloaded or the process exits, after which no
+ * report may be made. Only to be read.
  *
- * Threads: nothing guards it, deliberately. Two threads that both make a first report fill it at the
- * same time, with the same texts; strictly, that is a data race. A process that wants none makes
- * one report before it starts further threads that report. Read it in the thread that has seen a
- * report succeed.
+ * Threads: nothing guards it, which is accepted by design: two threads that both make a first report
+ * both fill it, with the same texts. If they do so at the same moment, this is a data race, and with
+ * texts that are too long to lie in the string itself it can damage the heap. So let a process make
+ * one report that succeeds before it starts several threads that report. Read it in a thread that has
+ * found isDeviceInfoCached true after a report of its own.
  */
 WARDLINE_EXPORT extern DeviceInfo cachedDeviceInfo;
 

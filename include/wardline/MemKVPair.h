@@ -82,15 +82,16 @@ static_assert(offsetof(__MemKVPair, value) == 40);
  *
  * @param pair  the pair, which holds a value of its tag: a new one, or one that an earlier call set,
  *              whatever that returned. Stays the caller's; null gives false.
- * @param type  tag of the value, a MemKVType other than MEM_KV_TYPE_NONE; of a greater number the
- *              low 32 bits count.
+ * @param type  tag of the value, a MemKVType other than MEM_KV_TYPE_NONE; only its low 32 bits
+ *              count, as a signed number.
  * @param ...   the value, which must have the type that the tag says; that is not checked:
  *                  MEM_KV_TYPE_STRING           const std::string*, copied; any bytes
  *                  MEM_KV_TYPE_INT32, _UINT32   int, unsigned int
  *                  MEM_KV_TYPE_INT64, _UINT64   int64_t, uint64_t: a plain 0 is no such number
  *                  MEM_KV_TYPE_BOOL             bool or int; other than zero is true
  *                  MEM_KV_TYPE_DOUBLE           double
- *                  MEM_KV_TYPE_FLOAT            float or double, which is rounded to float
+ *                  MEM_KV_TYPE_FLOAT            float or double, rounded to the nearest float and
+ *                                               infinite beyond the range of one
  *                  MEM_KV_TYPE_BYTES            const std::vector<unsigned char>*, copied
  *              What is pointed to stays the caller's, and must not be the pair's own value.
  * @return      true when the value was stored; false for an unknown tag or a null pointer.

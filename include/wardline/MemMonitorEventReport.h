@@ -16,15 +16,15 @@ namespace android {
  *                 pair is an error.
  * @param kvcount  how many pairs there are.
  *
- * Effects: one record with event id 89, and one ERROR line that tells its size in bytes. The record
- * holds, in this order of their making: the pairs, the monotonic clock and the wall clock in
- * milliseconds, and the eight texts of cachedDeviceInfo, also where they are empty. The first
- * successful report of a process reads the property "ro.build.fingerprint" for these; see
- * DeviceInfo.h. The buffer's own time for the record is read after that, so it is not earlier.
+ * Effects: one record with event id 89, and one ERROR line with its size in bytes. The record holds
+ * the pairs, then the monotonic clock and the wall clock, in milliseconds and read in this order,
+ * and the eight texts of cachedDeviceInfo, also empty ones. For these, each report reads the property
+ * "ro.build.fingerprint" until one has found it valid; see DeviceInfo.h. The buffer's own time for
+ * the record is read last.
  *
  * What is deliberate, and what it means for those who report and those who read:
  *  - n pairs become 2n elements in the record: element 2i holds only the key of pair i, element
- *    2i + 1 only its value. Elements without a key are not initialised, so the plain parse
+ *    2i + 1 only its value. Those without a key are not initialised, so the plain parse
  *    operations refuse the record: read it with ParsePartialFromString();
  *  - a pair of MEM_KV_TYPE_BOOL is sent as true, whatever it holds: a false cannot be reported. Send
  *    a number instead where it matters;
@@ -47,8 +47,9 @@ namespace android {
  * and one of 2 GiB or more is sent empty. An allocation that fails raises std::bad_alloc through
  * the caller.
  *
- * Threads: any number at once, each with pairs of its own; takes no lock. The first successful
- * report fills the process-wide cache without one, see cachedDeviceInfo.
+ * Threads: any number at once, once one report of the process has succeeded; takes no lock. That
+ * first one fills the process-wide cache, which nothing guards: see cachedDeviceInfo. The pairs must
+ * not change meanwhile.
  *
  * \sa setMemKVPairValue(), MemKVPairArray
  */
