@@ -22,6 +22,7 @@
 #include <span>
 #include <sstream>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "internal/Log.h"
@@ -129,7 +130,7 @@ constexpr int kMemMonitorEventId = 89;
 /** A record's bytes in an array of exactly their number; there is one for an empty record too. */
 std::unique_ptr<unsigned char[]> byteArray(const std::string& record) {
     std::unique_ptr<unsigned char[]> bytes(new unsigned char[record.size()]);
-    std::copy(record.begin(), record.end(), bytes.get());
+    memcpy(bytes.get(), record.data(), record.size());
     return bytes;
 }
 
@@ -366,7 +367,7 @@ bool setDeviceInfo() {
 namespace {
 
 std::string textOf(const std::vector<unsigned char>& bytes) {
-    return {bytes.begin(), bytes.end()};
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
 void setValue(KeyValue& element, const android::__MemKVPair& pair) {
