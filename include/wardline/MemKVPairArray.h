@@ -40,9 +40,12 @@ class MemKVPairArray {
             setMemKVPairValue(&pair, MEM_KV_TYPE_INT32, 0);
     }
     MemKVPairArray(const MemKVPairArray&) = delete;
-    MemKVPairArray& operator=(const MemKVPairArray&) = delete;
+
+    /** Takes the pairs of another array, which is as a new one then. */
     MemKVPairArray(MemKVPairArray&& other) noexcept { swap(other); }
-    MemKVPairArray& operator=(MemKVPairArray&& other) noexcept {
+
+    /** The same, after which the pairs that this one held are released. Arrays are not copied. */
+    MemKVPairArray& operator=(MemKVPairArray other) noexcept {
         swap(other);
         return *this;
     }

@@ -24,6 +24,8 @@ thread_local bool watching = false;
 thread_local size_t failingSize = SIZE_MAX;
 thread_local std::array<Allocation, 1000> log;
 thread_local size_t logged = 0;
+thread_local std::array<size_t, log.size()> freedSizes;
+thread_local size_t freedCount = 0;
 
 std::span<Allocation> allocations() {
     return std::span(log).first(logged);
@@ -43,7 +45,9 @@ void* allocate(size_t size) {
 void release(void* pointer) {
     if (watching && pointer != nullptr) {
         for (Allocation& allocation : allocations()) {
-            if (allocation.pointer == pointer) allocation.isHeld = false;
+            if (allocation.pointer != pointer || !allocation.isHeld) continue;
+            allocation.isHeld = false;
+            freedSizes[freedCount++] = allocation.size;
         }
     }
     if (!unmapRepeating(pointer)) free(pointer);
@@ -53,6 +57,7 @@ void release(void* pointer) {
 
 Allocations::Allocations() {
     logged = 0;
+    freedCount = 0;
     watching = true;
 }
 
@@ -81,6 +86,10 @@ int Allocations::heldOfSize(size_t size) const {
 
 int Allocations::held() const {
     return static_cast<int>(std::ranges::count_if(allocations(), &Allocation::isHeld));
+}
+
+std::span<const size_t> Allocations::freed() const {
+    return std::span(freedSizes).first(freedCount);
 }
 
 void Allocations::fail(size_t size) {

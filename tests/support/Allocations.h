@@ -2,6 +2,8 @@
 
 #include <stddef.h>
 
+#include <span>
+
 /**
  * Watches what the current thread allocates with new and new[], for as long as it lives; one at a
  * time, and for 1000 allocations at most. What it counts itself goes to malloc() and is not seen.
@@ -27,6 +29,9 @@ class Allocations {
 
     /** How many objects and arrays have not been freed. */
     int held() const;
+
+    /** The sizes of what was allocated since and has been freed, in the order of that. */
+    std::span<const size_t> freed() const;
 
     /** Lets every further allocation of this size, by the current thread, fail. */
     void fail(size_t size);

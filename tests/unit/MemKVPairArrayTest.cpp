@@ -119,6 +119,13 @@ TEST(MemKVPairArray, MovesWithItsPairs) {
         third = std::move(second);
         ASSERT_EQ(1u, third.size());
         EXPECT_EQ("second", third.data()->key);
+        EXPECT_EQ(1, allocations.heldOfSize(kLongText.size() + 1));
+
+        // NOLINTBEGIN(bugprone-use-after-move): they are as new ones.
+        EXPECT_EQ(0u, first.size() + second.size());
+        first.addString("again", kLongText);
+        EXPECT_EQ("again", first.data()->key);
+        // NOLINTEND(bugprone-use-after-move)
     }
 
     EXPECT_EQ(0, allocations.held());
