@@ -7,8 +7,13 @@
 #include <dlfcn.h>
 #include <stdarg.h>
 #include <stdio.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <ostream>
@@ -21,8 +26,10 @@ namespace {
 
 struct Trace {
     std::mutex mutex;
+    std::condition_variable callNoted;
     std::vector<LogLine> lines;
     std::vector<std::string> calls;
+    std::map<std::string, pid_t> callers;
     std::function<void(const std::string&)> observer;
     std::function<void(const std::string&)> returnObserver;
     std::string propertyBuffer;
@@ -79,8 +86,10 @@ void noteCall(const std::string& call) {
     {
         const std::lock_guard lock(trace().mutex);
         trace().calls.push_back(call);
+        trace().callers[call] = gettid();
         observer = trace().observer;
     }
+    trace().callNoted.notify_all();
     if (observer) observer(call);
 }
 
@@ -98,6 +107,7 @@ void resetTrace() {
     const std::lock_guard lock(trace().mutex);
     trace().lines.clear();
     trace().calls.clear();
+    trace().callers.clear();
     trace().observer = nullptr;
     trace().returnObserver = nullptr;
     trace().fileAnswer.reset();
@@ -111,6 +121,19 @@ std::vector<LogLine> logLines() {
 std::vector<std::string> calls() {
     const std::lock_guard lock(trace().mutex);
     return trace().calls;
+}
+
+bool awaitCall(const std::string& call, int count) {
+    std::unique_lock lock(trace().mutex);
+    return trace().callNoted.wait_for(lock, std::chrono::seconds(30), [&] {
+        return std::ranges::count(trace().calls, call) >= count;
+    });
+}
+
+pid_t callerOf(const std::string& call) {
+    const std::lock_guard lock(trace().mutex);
+    const auto caller = trace().callers.find(call);
+    return caller == trace().callers.end() ? 0 : caller->second;
 }
 
 void observeCalls(std::function<void(const std::string&)> observer) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <functional>
 #include <iosfwd>
 #include <string>
@@ -36,6 +38,12 @@ std::vector<LogLine> logLines();
  *     writes <event id>, single_file_writes <event id>
  */
 std::vector<std::string> calls();
+
+/** Waits until a call has been noted that often; false when it has not within a deadline. */
+bool awaitCall(const std::string& call, int count = 1);
+
+/** The thread that made this call last, or 0 when none has. */
+pid_t callerOf(const std::string& call);
 
 /** Adds a call that the library made elsewhere; observers hear of it too. */
 void noteCall(const std::string& call);
