@@ -57,6 +57,8 @@ attributes+='std::allocator<std::pair<STRING const, STRING>>> const*'
 diff <(android_exports) <(sort <<END
 android::cachedDeviceInfo
 android::createMonitorPath()
+android::flag
+android::getCloudConfig(void (*)(android::__StabCloudConfig&))
 android::getCmdline[abi:cxx11]()
 android::getTimestamp()
 android::isDeviceInfoCached
@@ -68,10 +70,12 @@ android::reportMemMonitorEvent(android::__MemKVPair*, unsigned long)
 android::reportStabEvent(int, int, STRING const&, unsigned long, $attributes)
 android::reportStabEventDirect(int, int, STRING const&, unsigned long, $attributes)
 android::setMemKVPairValue(android::__MemKVPair*, long, ...)
+android::startCloudConfigListenerThread()
 END
 ) || report 'namespace android exports something else (<) than it should (>)'
 
-for internal in '^_ZNK\?St' '^_ZSt' 'notify_stab_driver' '^_ZTVN6google' 'Scoped' 'monitorPath'; do
+for internal in '^_ZNK\?St' '^_ZSt' 'notify_stab_driver' '^_ZTVN6google' 'Scoped' 'monitorPath' \
+  'Json' 'from_json' 'parseCloudConfig' 'Callbacks'; do
   ! printf '%s\n' "${exports[@]}" | grep "$internal" || report "$internal is exported"
 done
 
@@ -88,6 +92,31 @@ for import in __android_log_print property_get property_set property_get_int32 \
   '_ZN7android4base11GetPropertyE.*' '_ZN7android4base16ReadFileToStringE.*'; do
   grep -qx "$import" <<<"$imports" || report "$import is not called by its platform name"
 done
+
+# The JSON library's operations: documents are looked at through const alone, and nothing it raises is
+# looked at.
+json_imports() {
+  nm -DC --undefined-only "$library" | awk '$1 == "U"' | grep -o 'Json::.*' |
+    sed -E 's/std::__cxx11::basic_string<.* > const&/STRING/; s/\[abi:cxx11\]//' | sort
+}
+diff <(json_imports) <(sort <<'END'
+Json::operator>>(std::istream&, Json::Value&)
+Json::Value::asBool() const
+Json::Value::asString() const
+Json::Value::asUInt() const
+Json::Value::asUInt64() const
+Json::Value::begin() const
+Json::Value::end() const
+Json::Value::getMemberNames() const
+Json::ValueIteratorBase::deref() const
+Json::ValueIteratorBase::increment()
+Json::ValueIteratorBase::isEqual(Json::ValueIteratorBase const&) const
+Json::Value::operator[](char const*) const
+Json::Value::operator[](STRING) const
+Json::Value::~Value()
+Json::Value::Value(Json::ValueType)
+END
+) || report 'other operations of the JSON library are called (<) than should be (>)'
 
 [ $failures = 0 ] || exit 1
 echo "${#exports[@]} exports, as the map says"

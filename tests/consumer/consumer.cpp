@@ -1,7 +1,9 @@
 // Uses everything that the library exports, from a program that hides its own symbols.
 
 #include <google/protobuf/arena.h>
+#include <stdlib.h>
 #include <wardline/ArtLockTimeoutReport.h>
+#include <wardline/CloudConfig.h>
 #include <wardline/Cmdline.h>
 #include <wardline/Coredump.h>
 #include <wardline/DeviceInfo.h>
@@ -31,6 +33,9 @@ void callEveryFunction() {
     bool (*const makePath)() = android::createMonitorPath;
     bool (*const setValue)(android::__MemKVPair*, long, ...) = android::setMemKVPairValue;
     void (*const reportMem)(android::__MemKVPair*, unsigned long) = android::reportMemMonitorEvent;
+    android::__StabCloudConfig (*const getConfig)(void (*)(android::__StabCloudConfig&)) =
+        android::getCloudConfig;
+    void (*const startWatcher)() = android::startCloudConfigListenerThread;
 
     decide("consumer");
     report(2, 1, "consumer", 0, nullptr);
@@ -44,6 +49,9 @@ void callEveryFunction() {
     sample.addString("brand", android::cachedDeviceInfo.brand);
     reportMem(sample.data(), sample.size());
     notify_extra_log_finish(1);
+    startWatcher();
+    getConfig([](android::__StabCloudConfig& config) { config.processesConfig.processes.clear(); });
+    std::call_once(android::flag, [] { abort(); });
 }
 
 }  // namespace
