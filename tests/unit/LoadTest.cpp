@@ -2,8 +2,12 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <wardline/CloudConfig.h>
 #include <wardline/DeviceInfo.h>
 
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -57,6 +61,39 @@ TEST(Load, SetsTheDeviceInformationUpEmptyAndUnloadDestroysItLastFieldFirst) {
         if (bytes > 1000 && bytes <= 1008) freed.push_back(bytes);
     }
     EXPECT_EQ((std::vector<size_t>{1008, 1007, 1006, 1005, 1004, 1003, 1002, 1001}), freed);
+}
+
+TEST(Load, SetsTheConfigurationUpEmptyAndUnloadDestroysTheSubscribersBeforeIt) {
+    constexpr size_t kSubscriberBytes = sizeof(void*);
+    constexpr size_t kNameBytes = 1001;
+    const std::filesystem::path directory = "/data/syslog/settings";
+    using GetCloudConfig = android::__StabCloudConfig(void (*)(android::__StabCloudConfig&));
+    Allocations allocations;
+    void* const library = dlopen(LIBWARDLINE, RTLD_NOW);
+    ASSERT_NE(nullptr, library) << dlerror();
+    auto* const getCloudConfig = reinterpret_cast<GetCloudConfig*>(
+        dlsym(library, "_ZN7android14getCloudConfigEPFvRNS_17__StabCloudConfigEE"));
+    auto* const flag = static_cast<std::once_flag*>(dlsym(library, "_ZN7android4flagE"));
+    ASSERT_NE(nullptr, getCloudConfig);
+    ASSERT_NE(nullptr, flag);
+    std::call_once(*flag, [] {});  // No thread may run in a library that is unloaded.
+
+    EXPECT_EQ(0u, getCloudConfig(nullptr).version);
+    std::filesystem::create_directories(directory);
+    std::ofstream(directory / "stab_cloud_config.json")
+        << R"({"processesConfig": {"processes": [{"name": ")" << std::string(kNameBytes - 1, 'x')
+        << R"("}]}})";
+    EXPECT_EQ(1u, getCloudConfig([](auto&) {}).processesConfig.processes.size());
+    EXPECT_EQ(1, allocations.heldOfSize(kNameBytes));
+    EXPECT_EQ(1, allocations.heldOfSize(kSubscriberBytes));
+
+    const size_t freedBefore = allocations.freed().size();
+    EXPECT_EQ(0, dlclose(library));
+    const auto freed = allocations.freed().subspan(freedBefore);
+    const auto subscribers = std::ranges::find(freed, kSubscriberBytes);
+    const auto name = std::ranges::find(freed, kNameBytes);
+    EXPECT_NE(freed.end(), name);
+    EXPECT_LT(subscribers, name);
 }
 
 }  // namespace
