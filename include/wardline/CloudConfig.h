@@ -172,7 +172,8 @@ static_assert(offsetof(__StabCloudConfig, threadtrackConfig) == 72);
  *
  * The watcher's descriptor is open over exec, and the child of a fork has no watcher, though its
  * first call counts as made: let the first call come after the fork. Do not unload the library
- * afterwards.
+ * afterwards. At exit the configuration is destroyed while the watcher runs on, deliberately: a
+ * process that may be handling a change then leaves by quick_exit() or _exit().
  *
  * Lines:
  *
