@@ -3,6 +3,16 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <filesystem>
+
+WatcherTest::~WatcherTest() {
+    resetTrace();  // What observed the test's calls is gone.
+    // Takes the lock after the watcher; starts none, and has nothing to parse.
+    withoutWatcher();
+    std::filesystem::remove_all(kFile);
+    android::getCloudConfig(nullptr);
+}
+
 void WatcherTest::start(void (*subscriber)(android::__StabCloudConfig&)) {
     deliver(version(1));
     EXPECT_EQ(1u, android::getCloudConfig(subscriber).version);

@@ -11,6 +11,9 @@
 /** A test of a watched configuration. */
 class WatcherTest : public CloudConfigTest {
   protected:
+    /** Waits until the last change has been handled: at exit, what the watcher uses is destroyed. */
+    ~WatcherTest() override;
+
     /** Makes version 1 known and watched, with one subscriber or none. */
     static void start(void (*subscriber)(android::__StabCloudConfig&) = subscriberA);
 

@@ -453,7 +453,7 @@ ssize_t read(int fd, void* buffer, size_t size) {
 int close(int fd) {
     static const auto nextClose = next<int(int)>("close");
     int inotify = fd;
-    const bool isInotify = watcherCalls().inotify.compare_exchange_strong(inotify, -1);
+    const bool isInotify = fd >= 0 && watcherCalls().inotify.compare_exchange_strong(inotify, -1);
     const int result = nextClose(fd);
     if (isInotify) noteCall("close");
     return result;
