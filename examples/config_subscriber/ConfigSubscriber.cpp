@@ -57,13 +57,9 @@ void print(const android::__StabCloudConfig& config) {
            dma.threshHold, dma.interval);
     printf("  processes     %s, interval %" PRIu64 "\n", onOrOff(processes.enable),
            processes.interval);
-    // Each parse appends the file's processes once more; equal names are neighbours.
-    const std::string* last = nullptr;
     for (const auto& process : processes.processes) {
-        if (last != nullptr && *last == process.name) continue;
         printf("  process       %s%s%s\n", process.name.c_str(),
                process.description.empty() ? "" : ": ", process.description.c_str());
-        last = &process.name;
     }
     for (const auto& [name, value] : config.threadtrackConfig.options)
         printf("  option        %s = %s\n", name.c_str(), value.c_str());

@@ -43,6 +43,7 @@ deliver '{"version": 1, "threadtrackConfig": {"options": {"mode": "full", "depth
   {"name": "system_server", "description": "the framework"}]}}'
 coproc subscriber { exec "$build/examples/config_subscriber" 2 2>&1; }
 pid=$subscriber_PID
+trap 'kill "$pid" 2>/dev/null || true' EXIT
 exec {received}<&"${subscriber[0]}"
 show_received ' I libwardline: Successfully initialized inotify for file: /data/syslog/settings$' \
   'entries, .* options$'

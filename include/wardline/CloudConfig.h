@@ -34,9 +34,11 @@
  *
  * What is deliberate about its content, and how to live with it:
  *  - the entries of "processes" accumulate: each parse appends the file's once more to those that
- *    are there, and a process that the file no longer names stays. Take each name once; equal names
- *    are neighbours. A subscriber that needs the file's own list clears the sequence when it has
- *    taken it, so that the next parse begins with none; later subscribers and copies then see none;
+ *    are there, and a process that the file no longer names stays. Take each name once. Equal names
+ *    are neighbours, in no particular order: which of several descriptions is the latest cannot be
+ *    told. A subscriber that needs the file's own list clears the sequence each time that it has
+ *    taken it, so that the next parse begins with none. What it gets first still has the entries of
+ *    the parses before it, and later subscribers and copies see none;
  *  - options merge: one that the file no longer has stays. Deliver it with another value instead,
  *    an empty one for instance;
  *  - version 0, or none, never counts as loaded: each getCloudConfig() parses the file again then,
@@ -46,10 +48,13 @@
  *
  * And for those who write the file:
  *  - only modifications are watched. Write into the file that is there: when another one is renamed
- *    over it, or when it is created or deleted, nobody hears of it;
+ *    over it, or when it is deleted, nobody hears of it. The first file is created and written; it
+ *    is the write that is noticed. The directory must stay the same: when it is replaced, processes
+ *    that watch it hear nothing more, and no line tells so;
  *  - each modification is parsed at once, so truncating the file first lets watchers read an empty
  *    one, which ends them. Replace the text in one write, without truncation, and fill it up with
- *    spaces where it is shorter than the old one.
+ *    spaces where it is shorter than the old one. A read that overlaps a write may see parts of
+ *    both: let each change be read before the next.
  */
 #pragma once
 
@@ -148,8 +153,8 @@ static_assert(offsetof(__StabCloudConfig, threadtrackConfig) == 72);
  * modification until then, which the line "Successfully initialized inotify" tells, goes unnoticed.
  * The call parses the file while no configuration with a version other than 0 is loaded.
  *
- * A change may be delivered before this call returns, with an older configuration: use the result
- * only if the callback has not been called.
+ * A later configuration may be delivered before this call returns an older one: use the result only
+ * if the callback has not been called.
  *
  * A callback runs on the watcher's thread, one at a time and in the order of registration, with the
  * locks held that guard the configuration and the list of callbacks. Deliberate:
@@ -164,16 +169,17 @@ static_assert(offsetof(__StabCloudConfig, threadtrackConfig) == 72);
  * It is called also when the file could not be opened, with the record as it was. What it throws
  * ends the process.
  *
- * The watcher ends, and is not started again in this process, when one of the E lines below tells
- * so; from then on nothing is delivered, and this call returns what was parsed last. So before the
+ * The watcher ends, and is not started again by this call, when one of the E lines below tells so;
+ * from then on nothing is delivered, and this call returns what was parsed last. So before the
  * first call, make sure that the directory exists and a descriptor is free, and block the signals
  * that the process handles without SA_RESTART: the watcher's thread keeps the signal mask of its
  * starter.
  *
- * The watcher's descriptor is open over exec, and the child of a fork has no watcher, though its
- * first call counts as made: let the first call come after the fork. Do not unload the library
- * afterwards. At exit the configuration is destroyed while the watcher runs on, deliberately: a
- * process that may be handling a change then leaves by quick_exit() or _exit().
+ * The watcher's descriptor is open over exec. The child of a fork has no watcher, though its first
+ * call counts as made, and its calls wait for ever if a change was being handled at the fork: let
+ * the first call come after it. Do not unload the library after the first call. At exit the
+ * configuration is destroyed while the watcher runs on, deliberately: a process that may be
+ * handling a change then leaves by quick_exit() or _exit().
  *
  * Lines:
  *
@@ -200,9 +206,10 @@ static_assert(offsetof(__StabCloudConfig, threadtrackConfig) == 72);
 WARDLINE_EXPORT __StabCloudConfig getCloudConfig(void (*callback)(__StabCloudConfig&));
 
 /**
- * Starts one more watcher. Deliberate: it does not look whether one runs, so after
- * getCloudConfig(), which starts the watcher by itself, a process has two, and each modification is
- * parsed and delivered twice. There is no need to call it.
+ * Starts one more watcher. Deliberate: it does not look whether one runs. getCloudConfig() starts
+ * the watcher by itself, so after it a process has two, and each modification is parsed and
+ * delivered twice. Its one use is to start another watcher when an E line has told that the watcher
+ * ended, and the cause is gone.
  *
  * Effects: a detached thread that lives as long as getCloudConfig() tells of the watcher.
  *
