@@ -73,23 +73,21 @@ char stateOf(pid_t thread) {
     return nameEnd == std::string::npos ? '\0' : line[nameEnd + 2];
 }
 
-void awaitState(pid_t thread, const std::function<bool(char)>& isAwaited) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!isAwaited(stateOf(thread))) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            ADD_FAILURE() << "thread " << thread << " is in state " << stateOf(thread);
-            return;
-        }
-        std::this_thread::yield();
-    }
-}
-
 }  // namespace
 
+bool eventually(const std::function<bool()>& isTrue) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!isTrue()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::yield();
+    }
+    return true;
+}
+
 void awaitSleep(pid_t thread) {
-    awaitState(thread, [](char state) { return state == 'S' || state == '\0'; });
+    EXPECT_TRUE(eventually([=] { return stateOf(thread) == 'S' || stateOf(thread) == '\0'; }));
 }
 
 void awaitEnd(pid_t thread) {
-    awaitState(thread, [](char state) { return state == '\0'; });
+    EXPECT_TRUE(eventually([=] { return stateOf(thread) == '\0'; }));
 }

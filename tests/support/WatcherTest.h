@@ -11,7 +11,7 @@
 /** A test of a watched configuration. */
 class WatcherTest : public CloudConfigTest {
   protected:
-    /** Waits until the last change has been handled: at exit, what the watcher uses is destroyed. */
+    /** Waits for a change that is being handled: at exit, what the watcher uses is destroyed. */
     ~WatcherTest() override;
 
     /** Makes version 1 known and watched, with one subscriber or none. */

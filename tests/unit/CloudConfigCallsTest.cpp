@@ -21,8 +21,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <deque>
-#include <filesystem>
 #include <functional>
 #include <future>
 #include <optional>
@@ -31,8 +31,6 @@
 
 #include "support/Deliveries.h"
 #include "support/WatcherTest.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -191,6 +189,17 @@ TEST_F(CloudConfigCalls, TheWatcherReadsIntoABufferThatIsZeroedOnce) {
     EXPECT_EQ(expected, buffers[1]);
 }
 
+TEST_F(CloudConfigCalls, EachWatcherHasABufferOfItsOwn) {
+    watcherCalls().reads = {{event(IN_MODIFY, "a", 16)}};
+
+    runWatcher();
+    resetTrace();
+    runWatcher();
+
+    ASSERT_EQ(3u, watcherCalls().buffers.size());
+    EXPECT_EQ(std::string(1024, '\0'), watcherCalls().buffers[2]);
+}
+
 TEST_F(CloudConfigCalls, TheWatcherPutsAZeroBehindWhatItRead) {
     const std::string full = event(IN_MODIFY, std::string(1007, 'x'), 1007);
     ASSERT_EQ(1023u, full.size());
@@ -277,6 +286,9 @@ TEST_F(CloudConfigCalls, AChangeIsAnyEventWithTheNameOfTheFile) {
     for (const int mask : {0, IN_CREATE, IN_DELETE, IN_MOVED_TO, IN_IGNORED, IN_ISDIR, -1})
         EXPECT_EQ(1, changes(event(static_cast<uint32_t>(mask), kName, 32))) << mask;
     EXPECT_EQ(3, changes(change + change + change));
+    // The next event begins right behind the length, and a name goes on to a zero.
+    EXPECT_EQ(2, changes(event(IN_MODIFY, kName, 23) + change));
+    EXPECT_EQ(1, changes(event(IN_MODIFY, kName, 22) + change));
 }
 
 TEST_F(CloudConfigCalls, AnEventOfAnotherNameOrOfNoneIsSkipped) {

@@ -52,6 +52,16 @@ TEST_F(CloudConfigEvents, DoesNotNoticeADeletionNorACreationNorAttributes) {
     expectOnly({});
 }
 
+TEST_F(CloudConfigEvents, NoticesTheWriteThatMakesTheFirstFile) {
+    EXPECT_EQ(0u, getCloudConfig(subscriberA).version);
+    ASSERT_TRUE(awaitCall(kWatching));
+
+    deliver(version(1));
+    ASSERT_TRUE(awaitDeliveries(1));
+
+    expectOnly({"A 1"});
+}
+
 TEST_F(CloudConfigEvents, IgnoresOtherFilesOfTheDirectory) {
     start();
 

@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <json/json.h>
 #include <pthread.h>
 #include <signal.h>
 #include <sys/syscall.h>
@@ -12,7 +13,8 @@
 #include <atomic>
 #include <filesystem>
 #include <functional>
-#include <future>
+#include <iterator>
+#include <stdexcept>
 #include <system_error>
 #include <thread>
 
@@ -30,7 +32,20 @@ using Texts = std::vector<std::string>;
 
 constexpr char kInotify[] = "anon_inode:inotify";
 
-class CloudConfigWatcher : public WatcherTest {};
+class CloudConfigWatcher : public WatcherTest {
+  protected:
+    /** How many threads this process has; one that was just created counts. */
+    static long threads() {
+        return std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator());
+    }
+
+    /** Expects that a call starts no thread. */
+    static void expectNoStart() {
+        const long before = threads();
+        getCloudConfig(subscriberB);
+        EXPECT_EQ(before, threads());
+    }
+};
 
 // Faults.
 
@@ -47,6 +62,22 @@ TEST_F(CloudConfigWatcher, EndsTheProcessWhenTheFileIsMalformed) {
     EXPECT_EQ(0u, deliveries().size());
 }
 
+TEST_F(CloudConfigWatcher, IsStartedByACallThatFindsAMalformedFileWhichSubscribesNobody) {
+    deliver("no JSON");
+    EXPECT_THROW(getCloudConfig(subscriberA), Json::Exception);
+    ASSERT_TRUE(awaitCall(kWatching));
+
+    writeContent(pathOf("repaired"), version(1));
+    fs::rename(pathOf("repaired"), kFile);
+    EXPECT_EQ(1u, getCloudConfig(subscriberB).version);
+    deliver(version(2));
+    ASSERT_TRUE(awaitDeliveries(1));
+    deliver(version(3));
+    ASSERT_TRUE(awaitDeliveries(2));
+
+    EXPECT_EQ((Texts{"B 2", "B 3"}), deliveredVersions());
+}
+
 TEST_F(CloudConfigWatcher, EndsTheProcessWhenTheFileIsTruncated) {
     const auto truncate = [&] {
         start();
@@ -55,6 +86,19 @@ TEST_F(CloudConfigWatcher, EndsTheProcessWhenTheFileIsTruncated) {
     };
 
     EXPECT_EXIT(truncate(), testing::KilledBySignal(SIGABRT), "Json::RuntimeError");
+}
+
+TEST_F(CloudConfigWatcher, EndsTheProcessWhenASubscriberThrows) {
+    const auto deliverTwice = [&] {
+        start();
+        atDelivery([](auto&, auto&) { throw std::runtime_error("thrown by a subscriber"); });
+        deliver(version(2));
+        if (!awaitDeliveries(1)) return;
+        deliver(version(3));
+        awaitDeliveries(2);
+    };
+
+    EXPECT_EXIT(deliverTwice(), testing::KilledBySignal(SIGABRT), "thrown by a subscriber");
 }
 
 TEST_F(CloudConfigWatcher, DeliversTheUnchangedRecordWhenTheFileIsGone) {
@@ -117,10 +161,10 @@ TEST_F(CloudConfigWatcher, EndsWhenASignalInterruptsItsRead) {
     sigaction(SIGUSR1, &action, nullptr);
 
     // Until one finds it in its read.
-    while (logLines().size() == 1) {
+    ASSERT_TRUE(eventually([] {
         syscall(SYS_tgkill, getpid(), watcher(), SIGUSR1);
-        std::this_thread::yield();
-    }
+        return logLines().size() > 1;
+    }));
     awaitEnd(watcher());
 
     EXPECT_EQ((std::vector<LogLine>{info(),
@@ -130,9 +174,9 @@ TEST_F(CloudConfigWatcher, EndsWhenASignalInterruptsItsRead) {
 
     // Nobody is left to deliver, nor to be started.
     deliver(version(2));
-    EXPECT_EQ(1u, getCloudConfig(subscriberB).version);
+    expectNoStart();
+    EXPECT_EQ(1u, getCloudConfig(nullptr).version);
     EXPECT_EQ(2u, logLines().size());
-    EXPECT_EQ(0, openDescriptorsTo(kInotify));
     EXPECT_EQ(0u, deliveries().size());
 }
 
@@ -153,8 +197,7 @@ TEST_F(CloudConfigWatcher, GoesOnAfterASignalThatRestartsItsRead) {
     awaitSleep(watcher());
 
     syscall(SYS_tgkill, getpid(), watcher(), SIGUSR1);
-    while (hasPendingSignal(watcher()))
-        std::this_thread::yield();
+    ASSERT_TRUE(eventually([] { return !hasPendingSignal(watcher()); }));
     deliver(version(2));
 
     ASSERT_TRUE(awaitDeliveries(1));
@@ -177,8 +220,8 @@ TEST_F(CloudConfigWatcher, IsNotThereWhenNoDescriptorWasLeft) {
     EXPECT_TRUE((lines[0] == error(failure) && lines[1] == cannotOpen(EMFILE)) ||
                 (lines[1] == error(failure) && lines[0] == cannotOpen(EMFILE)));
     // Parsed on demand, watched no more.
-    EXPECT_EQ(1u, getCloudConfig(subscriberA).version);
-    EXPECT_EQ(0, openDescriptorsTo(kInotify));
+    expectNoStart();
+    EXPECT_EQ(1u, getCloudConfig(nullptr).version);
     EXPECT_EQ(2u, logLines().size());
 }
 
@@ -195,12 +238,34 @@ TEST_F(CloudConfigWatcher, IsNotThereWhenTheDirectoryWasMissing) {
     // Also when it comes into being later.
     fs::create_directory(kDirectory);
     deliver(version(1));
-    EXPECT_EQ(1u, getCloudConfig(subscriberA).version);
+    expectNoStart();
     deliver(version(2));
-    EXPECT_EQ(1u, getCloudConfig(subscriberA).version);
-    EXPECT_EQ(0, openDescriptorsTo(kInotify));
+    EXPECT_EQ(1u, getCloudConfig(nullptr).version);
     EXPECT_EQ(2u, logLines().size());
     EXPECT_EQ(0u, deliveries().size());
+
+    // Until one is started directly.
+    startCloudConfigListenerThread();
+    ASSERT_TRUE(awaitCall(kWatching));
+    deliver(version(3));
+    ASSERT_TRUE(awaitDeliveries(2));
+    EXPECT_EQ((Texts{"A 3", "B 3"}), deliveredVersions());
+}
+
+TEST_F(CloudConfigWatcher, GoesOnWithoutAWordWhenTheDirectoryIsReplacedAndHearsNothingMore) {
+    start();
+    fs::remove_all(kDirectory);
+    fs::create_directory(kDirectory);
+    deliver(version(2));
+
+    startCloudConfigListenerThread();
+    ASSERT_TRUE(awaitCall(kWatching, 2));
+    deliver(version(3));
+
+    ASSERT_TRUE(awaitDeliveries(1));
+    EXPECT_EQ((Texts{"A 3"}), deliveredVersions());
+    EXPECT_EQ(2, openDescriptorsTo(kInotify));
+    EXPECT_EQ((std::vector<LogLine>{info(), info()}), logLines());
 }
 
 /** While it lives, no thread can be created for want of memory for its stack. */
@@ -300,11 +365,9 @@ TEST_F(CloudConfigWatcher, IsNotStartedOnceTheFlagIsUsedUp) {
     withoutWatcher();
     deliver(version(1));
 
-    EXPECT_EQ(1u, getCloudConfig(subscriberA).version);
+    expectNoStart();
     deliver(version(2));
-    EXPECT_EQ(1u, getCloudConfig(subscriberA).version);
-
-    EXPECT_EQ(0, openDescriptorsTo(kInotify));
+    EXPECT_EQ(1u, getCloudConfig(nullptr).version);
     EXPECT_EQ(std::vector<LogLine>(), logLines());
 }
 
@@ -351,6 +414,7 @@ TEST_F(CloudConfigWatcher, KeepsTheSignalMaskOfItsStarter) {
     struct sigaction action = {};
     action.sa_handler = [](int) {};
     sigaction(SIGUSR1, &action, nullptr);
+    awaitSleep(watcher());
 
     syscall(SYS_tgkill, getpid(), watcher(), SIGUSR1);
     deliver(version(2));
@@ -371,7 +435,8 @@ TEST_F(CloudConfigWatcher, IsNotThereInAForkedChild) {
     const pid_t child = fork();
     if (child == 0) {
         deliver(version(2));
-        _exit(getCloudConfig(nullptr).version == 1 ? 0 : 1);
+        expectNoStart();
+        _exit(HasFailure() || getCloudConfig(nullptr).version != 1 ? 1 : 0);
     }
     int status = -1;
     ASSERT_EQ(child, waitpid(child, &status, 0));
