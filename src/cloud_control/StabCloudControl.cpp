@@ -106,13 +106,15 @@ void deliverChange() {
 
 /** Handles events until a read fails. */
 void handleEvents(int inotify) {
-    alignas(inotify_event) char buffer[1024] = {};
+    char buffer[1024] = {};
     ssize_t size = 0;
     while ((size = read(inotify, buffer, sizeof(buffer) - 1)) >= 0) {
         buffer[size] = '\0';
         for (ssize_t offset = 0; offset < size;) {
-            const auto& event = *reinterpret_cast<const inotify_event*>(buffer + offset);
-            if (event.len > 0 && event.name == kConfigName) deliverChange();
+            inotify_event event;  // Copied, whatever its alignment.
+            memcpy(&event, buffer + offset, sizeof(event));
+            const char* const name = buffer + offset + sizeof(event);
+            if (event.len > 0 && name == kConfigName) deliverChange();
             offset += static_cast<ssize_t>(sizeof(event) + event.len);
         }
     }
