@@ -96,12 +96,16 @@ TEST_F(CloudConfigSubscriber, HasClosedTheFileWhenItCallsSubscribers) {
     deliver(version(2));
     ASSERT_TRUE(held.await());
     deliver(version(3));
-    std::promise<int> open;
-    atDelivery([&](auto&, auto&) { open.set_value(openDescriptorsTo(kFile)); });
+    std::atomic<int> open = -1;
+    atDelivery([&](auto&, auto&) {
+        open = openDescriptorsTo(kFile);
+        noteCall("looked");
+    });
 
     held.release();
 
-    EXPECT_EQ(0, open.get_future().get());
+    ASSERT_TRUE(awaitCall("looked"));
+    EXPECT_EQ(0, open);
 }
 
 // What they do.

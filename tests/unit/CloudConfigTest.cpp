@@ -192,8 +192,8 @@ const Key kKeys[] = {
      "version 0; dma false 0 0; processes false 0; options (k=$)"},
 };
 
-std::string replaced(std::string text, char placeholder, const std::string& replacement) {
-    return text.replace(text.find(placeholder), 1, replacement);
+std::string replaced(std::string text, char mark, const std::string& replacement) {
+    return text.replace(text.find(mark), 1, replacement);
 }
 
 class CloudConfigKey : public CloudConfig,
