@@ -38,11 +38,14 @@ class Inbox {
     std::deque<android::__StabCloudConfig> configs_;
 };
 
-Inbox inbox;
+Inbox& inbox() {
+    static Inbox inbox;
+    return inbox;
+}
 
 /** Copies and returns: as long as this runs, getCloudConfig() waits in every thread. */
 void onChange(android::__StabCloudConfig& config) {
-    inbox.put(config);
+    inbox().put(config);
 }
 
 const char* onOrOff(bool enabled) {
@@ -79,6 +82,6 @@ int main(int argc, char** argv) {
     }
     print(android::getCloudConfig(onChange));
     for (long i = 0; i != changes; ++i)
-        print(inbox.take());
+        print(inbox().take());
     quick_exit(EXIT_SUCCESS);  // Destroys nothing that the library's thread still uses.
 }
