@@ -53,6 +53,7 @@ struct WatcherCalls {
     std::vector<std::string> buffers;  // What the buffer held at each read, 1024 bytes.
     std::function<void()> atInit;
     std::function<void()> atCreate;  // Before the thread is created.
+    std::function<void()> atLock;    // Before the library's next lock is taken.
 };
 
 WatcherCalls& watcherCalls() {
@@ -90,6 +91,15 @@ class CloudConfigCalls : public WatcherTest {
         ASSERT_TRUE(awaitCall("close"));
     }
 
+    /** How often a read that gives these bytes is taken for a change. */
+    static long changes(const std::string& bytes) {
+        resetTrace();
+        watcherCalls().reads = {{bytes}};
+        runWatcher();
+        const Texts all = calls();
+        return std::ranges::count(all, "lock 2");
+    }
+
     static Texts noted() {
         Texts all = calls();
         std::erase(all, "pthread_create");
@@ -125,6 +135,22 @@ TEST_F(CloudConfigCalls, GetCloudConfigWithoutASubscriberLeavesTheListAlone) {
     resetTrace();
     getCloudConfig(nullptr);
     EXPECT_EQ(expected, calls());
+}
+
+TEST_F(CloudConfigCalls, GetCloudConfigReturnsAChangeThatCameAfterItsParse) {
+    deliver(version(1));
+    watcherCalls().reads = {{event(IN_MODIFY, kName, 32)}};
+    observeCalls([&](const std::string& call) {
+        if (call != "unlock 2" || callerOf(call) != getpid()) return;
+        watcherCalls().atLock = [] {
+            deliver(version(2));
+            runWatcher();
+        };
+    });
+
+    EXPECT_EQ(2u, getCloudConfig(subscriberA).version);
+
+    EXPECT_EQ((Texts{"A 2"}), deliveredVersions());
 }
 
 TEST_F(CloudConfigCalls, AFaultLeavesTheLocksFree) {
@@ -265,18 +291,8 @@ TEST_F(CloudConfigCalls, TheWatcherEndsWithoutAWatchAndClosesItsInstance) {
 
 // Events.
 
-/** How often a read that gave these bytes was taken for a change. */
-long changesOf(const std::string& bytes, const std::function<void()>& run) {
-    resetTrace();
-    watcherCalls().reads = {{bytes}};
-    run();
-    const Texts all = calls();
-    return std::ranges::count(all, "lock 2");
-}
-
 TEST_F(CloudConfigCalls, AChangeIsAnyEventWithTheNameOfTheFile) {
     getCloudConfig(notingSubscriber);
-    const auto changes = [](const std::string& bytes) { return changesOf(bytes, runWatcher); };
     const std::string change = event(IN_MODIFY, kName, 32);
 
     EXPECT_EQ(1, changes(change));
@@ -293,7 +309,6 @@ TEST_F(CloudConfigCalls, AChangeIsAnyEventWithTheNameOfTheFile) {
 
 TEST_F(CloudConfigCalls, AnEventOfAnotherNameOrOfNoneIsSkipped) {
     getCloudConfig(notingSubscriber);
-    const auto changes = [](const std::string& bytes) { return changesOf(bytes, runWatcher); };
     const std::string change = event(IN_MODIFY, kName, 32);
     const std::string overflow = event(IN_Q_OVERFLOW, "", 0);
     const std::string other = event(IN_MODIFY, "other", 16);
@@ -313,8 +328,7 @@ TEST_F(CloudConfigCalls, AnEventWithoutANameIsNoneEvenIfTheNameFollowsIt) {
 
     // The name lies where the next event would begin; its first bytes make a length beyond the
     // read.
-    EXPECT_EQ(0, changesOf(event(IN_IGNORED, "", 0) + std::string(kName) + std::string(10, '\0'),
-                           runWatcher));
+    EXPECT_EQ(0, changes(event(IN_IGNORED, "", 0) + std::string(kName) + std::string(10, '\0')));
 }
 
 TEST_F(CloudConfigCalls, EventsThatAreReadTogetherAreHandledOneAfterAnother) {
@@ -417,6 +431,9 @@ int fail(int error) {
 
 int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
     static const auto nextLock = next<int(pthread_mutex_t*)>("pthread_mutex_lock");
+    if (isOfLibrary(mutex)) {
+        if (const auto act = std::exchange(watcherCalls().atLock, nullptr)) act();
+    }
     const int result = nextLock(mutex);
     noteMutex("lock ", mutex);
     return result;
