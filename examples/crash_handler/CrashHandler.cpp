@@ -1,24 +1,24 @@
-// A crash handler: starts a program under ptrace, waits until it crashes, reports the crash to
-// libwardline with what the kernel says about it, and lets the program die of its signal.
+// A crash handler: starts a program that tells it about its crash (CrashSignals.h), reports the
+// crash to libwardline, and lets the program die of its signal.
 //
-//     crash_handler [--as NAME] PROGRAM [ARG...]
+//     crash_handler PROGRAM [ARG...]
 //
-// NAME becomes the program's argv[0], and with that the name that it is reported under. The exit
-// code is 0 when the program crashed and was reported, else 1. A signal that the program handles
-// itself is no crash.
+// The exit code is 0 when the program crashed and was reported, else 1. A signal that the program
+// handles itself is no crash.
 
+#include <errno.h>
 #include <fcntl.h>
-#include <signal.h>
 #include <stdio.h>
-#include <string.h>
-#include <sys/ptrace.h>
+#include <stdlib.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <wardline/StabNotify.h>
 
 #include <fstream>
 #include <string>
-#include <string_view>
+
+#include "CrashSignals.h"
 
 namespace {
 
@@ -30,26 +30,10 @@ std::string processName(pid_t pid) {
     return name;
 }
 
-/** True when the process has a handler of its own for the signal. */
-bool isHandled(pid_t pid, int signo) {
-    constexpr std::string_view kLabel = "SigCgt:";
-    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
-    for (std::string line; std::getline(status, line);) {
-        if (!line.starts_with(kLabel)) continue;
-        const unsigned long handled = std::stoul(line.substr(kLabel.size()), nullptr, 16);
-        return (handled >> (signo - 1) & 1) != 0;
-    }
-    return false;
-}
-
 /** The signals that a program's own mistake at a memory address or an instruction raises. */
 bool isFault(int signo) {
     return signo == SIGBUS || signo == SIGFPE || signo == SIGILL || signo == SIGSEGV ||
            signo == SIGTRAP;
-}
-
-bool isCrash(int signo) {
-    return isFault(signo) || signo == SIGABRT || signo == SIGSYS;
 }
 
 /** What the kernel tells about the signal; only a fault that it raised itself has an address. */
@@ -72,68 +56,51 @@ void reportCrash(pid_t pid, const siginfo_t& info) {
     notify_stab_ne(name.c_str(), pid, info.si_signo, info.si_code, detail.c_str());
 }
 
-/** Lets the process and all its threads run until they end; returns true when it crashed. */
-bool watch(pid_t process) {
+/** Reports what comes until the last process that can send has ended; true if any crashed. */
+bool serve(int crashes) {
     bool crashed = false;
-    int status = 0;
-    for (pid_t thread; (thread = waitpid(-1, &status, __WALL)) > 0;) {
-        if (!WIFSTOPPED(status)) continue;
-        // Stops of ptrace's own, at exec and at the start of a thread, deliver no signal.
-        const bool isOwn = status >> 16 != 0;
-        const int signo = isOwn ? 0 : WSTOPSIG(status);
-        if (!crashed && isCrash(signo) && !isHandled(process, signo)) {
-            siginfo_t info = {};
-            ptrace(PTRACE_GETSIGINFO, thread, nullptr, &info);
-            reportCrash(process, info);
-            crashed = true;
-        }
-        ptrace(PTRACE_CONT, thread, nullptr, signo);
+    CrashMessage message;
+    ssize_t size = 0;
+    while ((size = recv(crashes, &message, sizeof(message), 0)) > 0) {
+        if (size != sizeof(message)) continue;
+        reportCrash(message.pid, message.info);
+        crashed = true;
+        send(crashes, "", 1, MSG_NOSIGNAL);
     }
     return crashed;
 }
 
-/** Waits for the other end of the pipe to be closed, then becomes the program. */
-[[noreturn]] void becomeProgram(const int (&gate)[2], char** program, char* name) {
-    char unused;
-    close(gate[1]);
-    if (read(gate[0], &unused, sizeof(unused)) != 0) _exit(127);
-    const char* const path = program[0];
-    program[0] = name;
-    execv(path, program);
-    perror(path);
+[[noreturn]] void becomeProgram(int crashes, char** program) {
+    fcntl(crashes, F_SETFD, 0);  // Open over exec.
+    setenv(kCrashSocketVariable, std::to_string(crashes).c_str(), /*overwrite=*/1);
+    execv(program[0], program);
+    perror(program[0]);
     _exit(127);
 }
 
-/** Starts the program under ptrace, with name as its argv[0]. Returns its pid, or -1 and errno. */
-pid_t startTraced(char** program, char* name) {
-    int gate[2];
-    if (pipe2(gate, O_CLOEXEC) != 0) return -1;
+/** Runs the program to its end; true when it crashed and was reported. */
+bool runAndServe(char** program) {
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return false;
     const pid_t child = fork();
-    if (child == 0) becomeProgram(gate, program, name);
-    constexpr long kOptions = PTRACE_O_EXITKILL | PTRACE_O_TRACECLONE | PTRACE_O_TRACEEXEC;
-    const bool traced = child > 0 && ptrace(PTRACE_SEIZE, child, nullptr, kOptions) == 0;
-    if (child > 0 && !traced) kill(child, SIGKILL);
-    close(gate[0]);
-    close(gate[1]);
-    return traced ? child : -1;
+    if (child == 0) becomeProgram(ends[1], program);
+    close(ends[1]);
+    const bool crashed = child > 0 && serve(ends[0]);
+    close(ends[0]);
+    while (child > 0 && waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+    }
+    return crashed;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    const bool isNamed = argc > 3 && strcmp(argv[1], "--as") == 0;
-    char** const program = isNamed ? argv + 3 : argv + 1;
-    if (argc < 2 || program[0][0] == '-') {
-        fprintf(stderr, "usage: crash_handler [--as NAME] PROGRAM [ARG...]\n");
+    if (argc < 2 || argv[1][0] == '-') {
+        fprintf(stderr, "usage: crash_handler PROGRAM [ARG...]\n");
         return 2;
     }
 
-    const pid_t child = startTraced(program, isNamed ? argv[2] : program[0]);
-    if (child < 0) {
-        perror("crash_handler: cannot trace a process");
-        return 1;
-    }
-    if (watch(child)) return 0;
-    fprintf(stderr, "crash_handler: %s ended without a crash\n", program[0]);
+    if (runAndServe(argv + 1)) return 0;
+    fprintf(stderr, "crash_handler: %s ended without a crash\n", argv[1]);
     return 1;
 }

@@ -17,6 +17,8 @@
 #include <string_view>
 #include <thread>
 
+#include "CrashSignals.h"
+
 namespace {
 
 void readThroughBadPointer() {
@@ -37,6 +39,7 @@ void abortByKernelCode() {
 int main(int argc, char** argv) {
     const rlimit noCoreFile = {0, 0};
     setrlimit(RLIMIT_CORE, &noCoreFile);
+    handleCrashSignals();
 
     const std::string_view way = argc == 2 ? argv[1] : "";
     if (way == "segv") readThroughBadPointer();

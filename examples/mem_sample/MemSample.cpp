@@ -10,6 +10,7 @@
 #include <wardline/MemMonitorEventReport.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -37,19 +38,12 @@ void addFigures(android::MemKVPairArray& sample, const char* path, const auto& n
     }
 }
 
-/** The name of this process, as the kernel has it. */
-std::string processName() {
-    std::string name;
-    std::getline(std::ifstream("/proc/self/comm"), name);
-    return name;
-}
-
 }  // namespace
 
-int main() {
+int main(int, char** argv) {
     android::MemKVPairArray sample;
     addFigures(sample, "/proc/meminfo", kSystemFigures);
-    sample.addString("Name", processName());
+    sample.addString("Name", std::filesystem::path(argv[0]).filename());
     addFigures(sample, "/proc/self/status", kProcessFigures);
     fflush(stdout);  // Before the library's log lines.
     android::reportMemMonitorEvent(sample.data(), sample.size());

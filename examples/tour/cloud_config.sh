@@ -41,7 +41,7 @@ deliver '{"version": 1, "threadtrackConfig": {"options": {"mode": "full", "depth
  "processesConfig": {"enable": true, "interval": 30, "processes": [
   {"name": "zygote", "description": "parent of all apps"},
   {"name": "system_server", "description": "the framework"}]}}'
-coproc subscriber { exec "$build/examples/config_subscriber" 2 2>&1; }
+coproc subscriber { example config_subscriber 2 2>&1; }
 pid=$subscriber_PID
 trap 'kill "$pid" 2>/dev/null || true' EXIT
 exec {received}<&"${subscriber[0]}"

@@ -6,8 +6,6 @@
 build=$1
 # shellcheck source-path=SCRIPTDIR
 . "$(dirname "$0")/show.sh"
-handler=$build/examples/crash_handler
-victim=$build/examples/victim
 kernel=/proc/sys/kernel
 
 show_coredump_decision() { # show_coredump_decision NAME EXPECTED-SWITCH
@@ -29,18 +27,18 @@ show_records() { # show_records EXPECTED-COUNT
 show_latch() { # show_latch EXPECTED-VALUE
   section "system-killed latch"
   show_property sys.stab.system_killed
-  [ "$("$devicectl" getprop sys.stab.system_killed)" = "$1" ] || fail "the latch should be '$1'"
+  [ "$(devicectl getprop sys.stab.system_killed)" = "$1" ] || fail "the latch should be '$1'"
 }
 
 crash() { # crash NAME WAY EXPECTED-SWITCH EXPECTED-LATCH
-  with_log "$handler" --as "$1" "$victim" "$2"
+  with_log example crash_handler "$build/run" --as "$1" "$build/examples/victim" "$2"
   show_coredump_decision "$1" "$3"
   show_records 1
   show_latch "$4"
 }
 
 killed() { # killed CAUSE EXPECTED-RECORDS EXPECTED-LATCH
-  with_log "$build/examples/system_killed" "$1" 1000
+  with_log example system_killed "$1" 1000
   show_records "$2"
   show_latch "$3"
 }

@@ -9,16 +9,16 @@ directory=/data/syslog/monitor/stabevent
 
 show_file() {
   section "stability event file"
-  text=$("$devicectl" files)
+  text=$(devicectl files)
   echo "${text:-none}"
   [ "$(grep -c '^file' <<<"$text" || true)" = 1 ] || fail "expected one file"
 }
 
 tour "Stability event files"
-"$devicectl" setprop ro.os.ota.version V1.2
+devicectl setprop ro.os.ota.version V1.2
 
 title "1. A process files an event. The directory does not exist yet: the call makes it"
-with_log "$build/examples/event_file" 2 reason=first
+with_log example event_file 2 reason=first
 section "directory"
 stat --format '%n: mode %a' "$directory"
 show_file
@@ -27,7 +27,7 @@ expect '^file "\.train_stabevent_1\.00_V1\.2_--_[0-9]\{12\}_[0-9]*": [0-9]* byte
   '"cmdline" = ".*event_file 2 reason=first"$'
 
 title "2. It files another one. The directory exists: the call logs that and files nothing"
-with_log "$build/examples/event_file" 2 reason=second
+with_log example event_file 2 reason=second
 expect ' E libwardline: reportStabEventDirect can not createMonitorPath$'
 section "directory"
 ls -A "$directory"
@@ -35,7 +35,7 @@ ls -A "$directory"
 
 title "3. A collector has taken the directory away, and the train start time is known"
 rm -r "$directory"
-"$devicectl" setprop persist.sys.trainstarttime 1763640000
-with_log "$build/examples/event_file" 2 reason=third
+devicectl setprop persist.sys.trainstarttime 1763640000
+with_log example event_file 2 reason=third
 show_file
 expect 'train start   "1763640000"$' '"reason" = "third"$'

@@ -9,7 +9,7 @@ build=$1
 tour "A lock timeout"
 
 title "A thread waits 50 ms for a lock that another one holds, and reports it"
-with_log "$build/examples/lock_timeout" 50
+with_log example lock_timeout 50
 expect ' D libwardline: reportArtLockTimeout : long lock wait, timestamp: [0-9]*, wati_time: [0-9]*, '
 show_new "event buffer" events 1
 expect '^event [0-9]*: id 39, [^,]*, [0-9]* bytes$' 'owner_desc    "thread holder"$' \

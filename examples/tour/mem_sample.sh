@@ -19,14 +19,14 @@ expect_figures() { # expect_figures PRINTED
 tour "A sample of memory figures"
 
 title "1. A process reports one on a device whose build has no valid fingerprint"
-with_log "$build/examples/mem_sample"
+with_log example mem_sample
 expect ' E libwardline: Invalid build.fingerprint format$' \
   ' E libwardline: reportMemMonitorEvent setDeviceInfo failed$'
 show_new "event buffer" events 0
 
 title "2. The same on a device that has one; keys and values are elements by turns"
-"$devicectl" setprop ro.build.fingerprint acme/anvil/anvil:15/AP3A.241105/42:user/release-keys
-with_log "$build/examples/mem_sample"
+devicectl setprop ro.build.fingerprint acme/anvil/anvil:15/AP3A.241105/42:user/release-keys
+with_log example mem_sample
 expect '^MemTotal = [0-9]* kB$' '^VmRSS = [0-9]* kB$' ' E libwardline: et size: [0-9]*$'
 figures=$text
 show_new "event buffer" events 1

@@ -3,7 +3,6 @@
 
 set -Eeuo pipefail
 
-devicectl=$build/host/devicectl
 declare -A shown  # How many records of a kind have been shown, or were there before.
 
 fail() {
@@ -12,11 +11,14 @@ fail() {
 }
 trap 'fail "a step failed: $BASH_COMMAND"' ERR
 
+devicectl() { "$build/run" "$build/host/devicectl" "$@"; }
+example() { "$build/run" "$build/examples/$1" "${@:2}"; }
+
 tour() { printf '\n######## %s\n' "$1"; }
 title() { printf '\n==== %s\n' "$1"; }
 section() { printf '\n%s\n' "-- $1"; }
 
-count_records() { "$devicectl" "$1" | grep -c '^[a-z]' || true; }
+count_records() { devicectl "$1" | grep -c '^[a-z]' || true; }
 shown[driver]=$(count_records driver)
 shown[events]=$(count_records events)
 
@@ -30,7 +32,7 @@ with_log() {
 # Shows the records of a kind, driver or events, that are new since the last call; they stay in $text.
 show_new() { # show_new HEADING KIND EXPECTED-COUNT
   section "$1"
-  text=$("$devicectl" "$2" "${shown[$2]}")
+  text=$(devicectl "$2" "${shown[$2]}")
   [ "$(grep -c '^[a-z]' <<<"$text" || true)" = "$3" ] ||
     fail "expected $3 new records from devicectl $2, got: $text"
   echo "${text:-none}"
@@ -47,6 +49,6 @@ expect() { # expect PATTERN...
 
 show_property() {
   local value
-  value=$("$devicectl" getprop "$1")
+  value=$(devicectl getprop "$1")
   echo "$1 = ${value:-(unset)}"
 }

@@ -3,19 +3,20 @@
 set -euo pipefail
 
 build=$1
-handler=$build/examples/crash_handler
-victim=$build/examples/victim
 
 fail() {
   echo "FAILED: $1"
   exit 1
 }
 
+handler() { "$build/run" "$build/examples/crash_handler" "$@" 2>/dev/null; }
+driver() { "$build/run" "$build/host/devicectl" driver "$records"; }
+
 crash() { # crash NAME WAY PATTERN...: each pattern must be in the handler's words or in the record
   local name=$1 way=$2 shown
   shift 2
-  shown=$("$handler" --as "$name" "$victim" "$way" 2>/dev/null) || fail "$way: exit code $?"
-  shown+=$'\n'$("$build/host/devicectl" driver "$records")
+  shown=$(handler "$build/run" --as "$name" "$build/examples/victim" "$way") || fail "$way: exit code $?"
+  shown+=$'\n'$(driver)
   records=$((records + 1))
   for pattern in "$@"; do
     grep -q -- "$pattern" <<<"$shown" || fail "$way: no '$pattern' in: $shown"
@@ -32,11 +33,11 @@ crash system_server abort-by-kernel 'signal 6, code 128$' 'flags         0x3651f
 crash c segv-in-thread 'signal 11, code 1, fault address 0xdead0$' 'process_name  "c"'
 crash d trap 'signal 5, code -6$' 'process_name  "d"' 'flags         0x3611f'
 
-"$handler" "$victim" handled 2>/dev/null && fail 'a signal that the program handles is no crash'
-"$handler" /bin/true 2>/dev/null && fail 'a program that does not crash is no success'
-"$handler" /no/such/program 2>/dev/null && fail 'a missing program is no success'
+handler "$build/run" "$build/examples/victim" handled && fail 'a signal that the program handles is no crash'
+handler /bin/true && fail 'a program that does not crash is no success'
+handler /no/such/program && fail 'a missing program is no success'
 code=0
-"$handler" 2>/dev/null || code=$?
+handler || code=$?
 [ $code = 2 ] || fail "no program: exit code $code"
-[ "$("$build/host/devicectl" driver "$records")" = "" ] || fail 'a record without a crash'
+[ "$(driver)" = "" ] || fail 'a record without a crash'
 echo 'the crash handler reports real crashes'

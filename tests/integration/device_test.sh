@@ -9,7 +9,7 @@ failures=0
 
 device() { "$script" --build "$build" "$@"; }
 in_root() { device --root "$work/root" "$@"; }
-devicectl() { in_root "$build/host/devicectl" "$@"; }
+devicectl() { in_root "$build/run" "$build/host/devicectl" "$@"; }
 
 expect() { # expect WHAT EXPECTED ACTUAL
   [ "$2" = "$3" ] && return
@@ -49,8 +49,8 @@ expect 'exit code of a missing command' 127 "$(status device --temporary /no/suc
 # State between calls.
 in_root sh -c 'echo kept >/data/syslog/monitor/file; echo 1 >/proc/sys/kernel/coredump_trim_flag'
 for name in sys.a persist.a ro.a; do devicectl setprop $name "value of $name"; done
-in_root "$build/examples/system_killed" 6 1 2>/dev/null
-in_root "$build/examples/system_killed" 6 2 2>/dev/null
+in_root "$build/run" "$build/examples/system_killed" 6 1 2>/dev/null
+in_root "$build/run" "$build/examples/system_killed" 6 2 2>/dev/null
 expect 'files are kept' kept "$(in_root cat /data/syslog/monitor/file)"
 expect 'kernel switches are kept' 1 "$(in_root cat /proc/sys/kernel/coredump_trim_flag)"
 devicectl setprop ro.long "$(printf 'v%.0s' {1..120})"
@@ -86,9 +86,9 @@ expect 'a reboot clears kernel switches' 0 "$(in_root cat /proc/sys/kernel/cored
 expect 'a reboot clears driver records' '' "$(devicectl driver)"
 expect 'a reboot clears events' '' "$(devicectl events)"
 expect 'a reboot goes with a command' '' "$(devicectl setprop sys.b 1
-  in_root --reboot "$build/host/devicectl" getprop sys.b)"
+  in_root --reboot "$build/run" "$build/host/devicectl" getprop sys.b)"
 
-expect 'a temporary root is fresh' '' "$(device --temporary "$build/host/devicectl" getprop persist.a)"
+expect 'a temporary root is fresh' '' "$(device --temporary "$build/run" "$build/host/devicectl" getprop persist.a)"
 mkdir "$work/tmp"
 TMPDIR=$work/tmp device --temporary true
 expect 'a temporary root is removed' '' "$(ls -A "$work/tmp")"
@@ -103,7 +103,8 @@ expect 'a small monitor file system is for one command' '' \
   "$(in_root sh -c 'ls /data/syslog/monitor/gone 2>/dev/null || true')"
 
 expect 'records are listed while the command runs' 1 "$(device --temporary sh -c \
-  '"$0/examples/system_killed" 6 1 2>/dev/null; "$0/host/devicectl" driver' "$build" |
+  '"$0/run" "$0/examples/system_killed" 6 1 2>/dev/null
+    "$0/run" "$0/host/devicectl" driver' "$build" |
   grep -c '^driver record')"
 
 # Each failure is one clear line.
@@ -130,8 +131,8 @@ expect_match 'no namespaces' \
   "$(PATH=$work/bin:$PATH device --temporary true 2>&1 || true)"
 expect 'no namespaces, exit code' 125 "$(PATH=$work/bin:$PATH status device --temporary true)"
 
-expect 'devicectl without a verb' 2 "$(status "$build/host/devicectl")"
-expect 'devicectl with a bad index' 2 "$(status "$build/host/devicectl" driver x)"
+expect 'devicectl without a verb' 2 "$(status "$build/run" "$build/host/devicectl")"
+expect 'devicectl with a bad index' 2 "$(status "$build/run" "$build/host/devicectl" driver x)"
 expect_match 'a refused property' 'devicectl: the property service refuses no name=1' \
   "$(devicectl setprop 'no name' 1 2>&1 || true)"
 

@@ -23,8 +23,11 @@ using Arguments = std::vector<std::string>;
 
 /** What getCmdline says in a process with these arguments, the first of them its name. */
 std::string cmdlineOf(Arguments arguments) {
-    const std::string program =
-        std::filesystem::read_symlink("/proc/self/exe").parent_path() / "print_cmdline";
+    const auto folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    const std::string run = folder.parent_path() / "run";
+    const std::string program = folder / "print_cmdline";
+    arguments.insert(arguments.begin() + 1, program);
+    arguments.insert(arguments.begin(), {"run", "--as"});
     std::vector<char*> argv;
     for (std::string& argument : arguments)
         argv.push_back(argument.data());
@@ -34,7 +37,7 @@ std::string cmdlineOf(Arguments arguments) {
     EXPECT_EQ(0, pipe2(ends, O_CLOEXEC));
     if (fork() == 0) {
         dup2(ends[1], STDOUT_FILENO);
-        execv(program.c_str(), argv.data());
+        execv(run.c_str(), argv.data());
         _exit(127);
     }
     close(ends[1]);
