@@ -7,7 +7,7 @@
 
 #include <map>
 
-#include "wardline_records.pb.h"
+#include "proto/wardline_records.pb.h"
 
 namespace {
 

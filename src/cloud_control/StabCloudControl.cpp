@@ -54,7 +54,9 @@ static void from_json(const Json::Value& value, __ProcessesConfig& config) {
         config.processes.push_back(
             {process["name"].asString(), process["description"].asString(), -1});
     }
-    std::ranges::sort(config.processes, {}, &__ProcessInfos::name);
+    // By way of a heap: std::ranges::sort takes four times the code of these two.
+    std::ranges::make_heap(config.processes, {}, &__ProcessInfos::name);
+    std::ranges::sort_heap(config.processes, {}, &__ProcessInfos::name);
 }
 
 }  // namespace android

@@ -20,7 +20,6 @@
 #include <algorithm>
 #include <memory>
 #include <span>
-#include <sstream>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -31,6 +30,7 @@
 #include "internal/ScopedUmask.h"
 #include "internal/StabNotifyRecord.h"
 #include "internal/SysEventsBuffer.h"
+#include "proto/wardline_records.pb.h"
 #include "wardline/ArtLockTimeoutReport.h"
 #include "wardline/Cmdline.h"
 #include "wardline/Coredump.h"
@@ -41,7 +41,6 @@
 #include "wardline/StabEventReport.h"
 #include "wardline/StabNotify.h"
 #include "wardline/Timestamp.h"
-#include "wardline_records.pb.h"
 
 namespace {
 
@@ -158,7 +157,10 @@ std::string stabEventRecord(int eventType, int pid, const std::string& processNa
     event.set_pid(static_cast<uint32_t>(pid));
     event.set_process_name(processName);
     event.set_timestamp_ms(timeMs);
-    if (data != nullptr) event.mutable_data()->insert(data->begin(), data->end());
+    if (data != nullptr) {
+        for (const auto& [key, value] : *data)
+            (*event.mutable_data())[key] = value;
+    }
     return event.SerializeAsString();
 }
 
@@ -326,18 +328,18 @@ namespace {
 
 /** The parts between the delimiters; none of an empty text, and none after a delimiter at the end. */
 std::vector<std::string> split(const std::string& text, char delimiter) {
-    std::istringstream stream(text);
     std::vector<std::string> parts;
-    for (std::string part; std::getline(stream, part, delimiter);)
-        parts.push_back(part);
+    for (size_t begin = 0, end = 0; begin < text.size(); begin = end + 1) {
+        end = std::min(text.find(delimiter, begin), text.size());
+        parts.push_back(text.substr(begin, end - begin));
+    }
     return parts;
 }
 
 /** The first two pieces of a component, empty where there are fewer; further ones are dropped. */
 std::pair<std::string, std::string> splitInTwo(const std::string& component) {
-    std::vector<std::string> pieces = split(component, ':');
-    pieces.resize(2);
-    return {pieces[0], pieces[1]};
+    const std::vector<std::string> pieces = split(component, ':');
+    return {pieces.empty() ? "" : pieces[0], pieces.size() < 2 ? "" : pieces[1]};
 }
 
 /** Fills the cache unless it is filled; false while the device's fingerprint is not valid. */

@@ -14,7 +14,7 @@
 #include <wardline/StabNotify.h>
 #include <wardline/Timestamp.h>
 
-#include "wardline_records.pb.h"
+#include "proto/wardline_records.pb.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "devicectl/PrintRecord.h"
-#include "wardline_records.pb.h"
+#include "proto/wardline_records.pb.h"
 
 namespace {
 

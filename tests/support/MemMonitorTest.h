@@ -5,7 +5,7 @@
 #include <string>
 
 #include "DeviceTest.h"
-#include "wardline_records.pb.h"
+#include "proto/wardline_records.pb.h"
 
 /** A test in a device whose build fingerprint is kFingerprint, in a process that has not read it. */
 class MemMonitorTest : public DeviceTest {

@@ -7,8 +7,8 @@
 #include <string>
 #include <type_traits>
 
+#include "proto/wardline_records.pb.h"
 #include "support/DeviceTest.h"
-#include "wardline_records.pb.h"
 
 namespace {
 

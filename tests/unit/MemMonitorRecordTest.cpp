@@ -8,8 +8,8 @@
 #include <type_traits>
 #include <vector>
 
+#include "proto/wardline_records.pb.h"
 #include "support/DeviceTest.h"
-#include "wardline_records.pb.h"
 
 namespace {
 

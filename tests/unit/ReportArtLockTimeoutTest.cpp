@@ -11,11 +11,11 @@
 #include <utility>
 #include <vector>
 
+#include "proto/wardline_records.pb.h"
 #include "support/Allocations.h"
 #include "support/DeviceTest.h"
 #include "support/FixedClock.h"
 #include "support/Meanwhile.h"
-#include "wardline_records.pb.h"
 
 namespace {
 

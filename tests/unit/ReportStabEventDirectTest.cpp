@@ -20,12 +20,12 @@
 #include <utility>
 #include <vector>
 
+#include "proto/wardline_records.pb.h"
 #include "support/Allocations.h"
 #include "support/FixedClock.h"
 #include "support/Meanwhile.h"
 #include "support/MonitorTest.h"
 #include "support/ResourceLimit.h"
-#include "wardline_records.pb.h"
 
 namespace {
 

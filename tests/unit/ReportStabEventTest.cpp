@@ -11,11 +11,11 @@
 #include <thread>
 #include <utility>
 
+#include "proto/wardline_records.pb.h"
 #include "support/Allocations.h"
 #include "support/DeviceTest.h"
 #include "support/FixedClock.h"
 #include "support/Meanwhile.h"
-#include "wardline_records.pb.h"
 
 namespace {
 

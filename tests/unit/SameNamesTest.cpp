@@ -10,8 +10,8 @@
 
 #include <filesystem>
 
+#include "proto/wardline_records.pb.h"
 #include "support/MonitorTest.h"
-#include "wardline_records.pb.h"
 
 int64_t android::getTimestamp() {
     return 1;

@@ -13,10 +13,10 @@
 #include <fstream>
 #include <thread>
 
+#include "proto/wardline_records.pb.h"
 #include "support/DeviceTest.h"
 #include "support/DriverNode.h"
 #include "support/ResourceLimit.h"
-#include "wardline_records.pb.h"
 
 namespace {
 

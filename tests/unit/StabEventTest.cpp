@@ -10,8 +10,8 @@
 #include <string>
 #include <type_traits>
 
+#include "proto/wardline_records.pb.h"
 #include "support/DeviceTest.h"
-#include "wardline_records.pb.h"
 
 namespace {
 

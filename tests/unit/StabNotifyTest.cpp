@@ -10,10 +10,10 @@
 #include <ostream>
 #include <utility>
 
+#include "proto/wardline_records.pb.h"
 #include "support/DeviceTest.h"
 #include "support/DriverNode.h"
 #include "support/Meanwhile.h"
-#include "wardline_records.pb.h"
 
 namespace {
 
