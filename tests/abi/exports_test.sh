@@ -32,26 +32,30 @@ for pattern in "${patterns[@]}"; do
   report "$pattern is in the map but not exported"
 done
 
-for needed in notify_stab_ne notify_stab_system_killed notify_extra_log_finish notify_stab_block_logo \
-  _ZTV9StabEvent _ZTI9StabEvent _ZTS9StabEvent _StabEvent_default_instance_ \
-  _ZTI28StabEvent_DataEntry_DoNotUse _StabEvent_DataEntry_DoNotUse_default_instance_ \
-  _ZTV14ArtLockTimeout _ZTI14ArtLockTimeout _ZTS14ArtLockTimeout _ArtLockTimeout_default_instance_ \
-  _ZTV18ArtLockTimeoutData _ZTI18ArtLockTimeoutData _ZTS18ArtLockTimeoutData \
-  _ArtLockTimeoutData_default_instance_ \
-  _ZTV8KeyValue _ZTI8KeyValue _ZTS8KeyValue _KeyValue_default_instance_ \
-  _ZTV15MemMonitorEvent _ZTI15MemMonitorEvent _ZTS15MemMonitorEvent \
-  _MemMonitorEvent_default_instance_ \
-  _ZTV16SMemMonitorEvent _ZTI16SMemMonitorEvent _ZTS16SMemMonitorEvent \
-  _SMemMonitorEvent_default_instance_; do
+messages=(StabEvent StabEvent_DataEntry_DoNotUse ArtLockTimeout ArtLockTimeoutData KeyValue
+  MemMonitorEvent SMemMonitorEvent)
+kinds=(_ZTV)
+# Where the library was built with run-time types, as its messages' base class shows.
+! nm -D --undefined-only "$library" | grep -q ' _ZTIN6google8protobuf11MessageLiteE$' ||
+  kinds+=(_ZTI _ZTS)
+for message in "${messages[@]}"; do
+  for needed in "_${message}_default_instance_" "${kinds[@]/%/${#message}$message}"; do
+    [[ " ${exports[*]} " == *" $needed "* ]] || report "$needed is not exported"
+  done
+done
+for needed in notify_stab_ne notify_stab_system_killed notify_extra_log_finish notify_stab_block_logo; do
   [[ " ${exports[*]} " == *" $needed "* ]] || report "$needed is not exported"
 done
 
-# All that namespace android exports, as callers declare it.
-android_exports() {
-  local string='std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char>>'
-  nm -DC --defined-only "$library" | cut -d ' ' -f 3- |
-    sed -E "s/ +>/>/g; s/ +>/>/g; s/$string/STRING/g" | grep '^android::' | sort
+# C++ names without what tells one C++ library from another.
+demangle() {
+  c++filt | sed -E 's/std::(__cxx11|__1)::/std::/g; s/\[abi:cxx11\]//g; s/ +>/>/g; s/ +>/>/g
+    s/std::basic_string<char, std::char_traits<char>, std::allocator<char>>/STRING/g
+    s/std::basic_istream<char, std::char_traits<char>>/std::istream/g'
 }
+
+# All that namespace android exports, as callers declare it.
+android_exports() { printf '%s\n' "${exports[@]}" | demangle | grep '^android::' | sort; }
 attributes='std::map<STRING, STRING, std::less<STRING>, '
 attributes+='std::allocator<std::pair<STRING const, STRING>>> const*'
 diff <(android_exports) <(sort <<END
@@ -59,10 +63,10 @@ android::cachedDeviceInfo
 android::createMonitorPath()
 android::flag
 android::getCloudConfig(void (*)(android::__StabCloudConfig&))
-android::getCmdline[abi:cxx11]()
+android::getCmdline()
 android::getTimestamp()
 android::isDeviceInfoCached
-android::millisecondsToDatetime[abi:cxx11](unsigned long)
+android::millisecondsToDatetime(unsigned long)
 android::needCoredump(char const*)
 android::reportArtLockTimeout(STRING const&, STRING const&, unsigned long, unsigned long, \
 STRING const&, STRING const&, STRING const&, STRING const&)
@@ -96,8 +100,7 @@ done
 # The JSON library's operations: documents are looked at through const alone, and nothing it raises is
 # looked at.
 json_imports() {
-  nm -DC --undefined-only "$library" | awk '$1 == "U"' | grep -o 'Json::.*' |
-    sed -E 's/std::__cxx11::basic_string<.* > const&/STRING/; s/\[abi:cxx11\]//' | sort
+  nm -D --undefined-only "$library" | awk '$1 == "U" {print $2}' | demangle | grep -o '^Json::.*' | sort
 }
 diff <(json_imports) <(sort <<'END'
 Json::operator>>(std::istream&, Json::Value&)
@@ -112,7 +115,7 @@ Json::ValueIteratorBase::deref() const
 Json::ValueIteratorBase::increment()
 Json::ValueIteratorBase::isEqual(Json::ValueIteratorBase const&) const
 Json::Value::operator[](char const*) const
-Json::Value::operator[](STRING) const
+Json::Value::operator[](STRING const&) const
 Json::Value::~Value()
 Json::Value::Value(Json::ValueType)
 END

@@ -7,6 +7,7 @@
 #include <array>
 #include <new>
 #include <span>
+#include <string>
 
 #include "RepeatingMemory.h"
 
@@ -54,6 +55,10 @@ void release(void* pointer) {
 }
 
 }  // namespace
+
+size_t stringBytes(size_t length) {
+    return std::string(length, 'x').capacity() + 1;
+}
 
 Allocations::Allocations() {
     logged = 0;

@@ -4,6 +4,9 @@
 
 #include <span>
 
+/** How much a string of this length allocates: C++ libraries round up differently. */
+size_t stringBytes(size_t length);
+
 /**
  * Watches what the current thread allocates with new and new[], for as long as it lives; one at a
  * time, and for 1000 allocations at most. What it counts itself goes to malloc() and is not seen.

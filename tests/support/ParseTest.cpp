@@ -4,6 +4,8 @@
 
 #include <filesystem>
 
+#include "Errors.h"
+
 using android::getCloudConfig;
 
 std::string ParseTest::parse(const std::string& text) {
@@ -13,7 +15,7 @@ std::string ParseTest::parse(const std::string& text) {
 
 void ParseTest::expectFault(const std::string& text) {
     writeContent(kFile, text);
-    EXPECT_THROW(getCloudConfig(nullptr), Json::Exception);
+    EXPECT_JSON_ERROR(getCloudConfig(nullptr));
 }
 
 std::string ParseTest::leftover() {

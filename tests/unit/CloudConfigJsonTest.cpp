@@ -89,12 +89,14 @@ TEST_F(CloudConfigJson, IsNotCalledForAFileThatCannotBeOpened) {
     EXPECT_EQ((Texts{"log 6 " + cannotOpen(ENOENT).text}), calls());
 }
 
+#ifdef __cpp_exceptions
 TEST_F(CloudConfigJson, DestroysTheDocumentAlsoWhenItIsMalformed) {
     EXPECT_THROW(parse("no JSON"), Json::RuntimeError);
 
     EXPECT_EQ((Texts{"Value 0", ">>", "~Value"}), calls());
     EXPECT_EQ(0, openDescriptorsTo(kFile));
 }
+#endif
 
 /** The JSON library's own function for one of ours, which has the same symbol. */
 template <typename Function, typename Ours>

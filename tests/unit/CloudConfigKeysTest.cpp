@@ -16,11 +16,13 @@ class CloudConfigKeys : public ParseTest {
   protected:
     /** Puts 7 or true into each plain member, and leaves no version loaded. */
     static void fillWithSevens() {
-        expectFault(R"({
-            "version": 7,
-            "dmaMemInfoConfig": {"enable": true, "threshHold": 7, "interval": 7},
-            "processesConfig": {"enable": true, "interval": 7},
-            "threadtrackConfig": "no object"})");
+        const std::string settings = R"("dmaMemInfoConfig": {"enable": true, "threshHold": 7,
+            "interval": 7}, "processesConfig": {"enable": true, "interval": 7})";
+#ifdef __cpp_exceptions
+        expectFault(R"({"version": 7, "threadtrackConfig": "no object", )" + settings + "}");
+#else
+        parse(R"({"version": 0, )" + settings + "}");
+#endif
     }
 };
 
@@ -280,7 +282,9 @@ TEST_P(CloudConfigFault, LeavesWhatStandsBeforeItInTheOrderOfParsing) {
 
     expectFault(document);
 
+#ifdef __cpp_exceptions
     EXPECT_EQ(left, leftover());
+#endif
 }
 
 const Fault kFaults[] = {

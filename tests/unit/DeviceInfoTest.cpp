@@ -151,6 +151,7 @@ TEST_F(DeviceInfo, IsNotReadForAReportThatHasFailedAlready) {
     EXPECT_EQ(0, fingerprintReads());
 }
 
+#ifdef __cpp_exceptions
 TEST_F(DeviceInfo, IsAssignedInTheOrderOfItsFieldsAndOnlyThenCached) {
     const std::string large(500, 'x');
     for (size_t i = 0; i < kParts.size(); ++i) {
@@ -172,6 +173,7 @@ TEST_F(DeviceInfo, IsAssignedInTheOrderOfItsFieldsAndOnlyThenCached) {
     }
     EXPECT_EQ(0u, events().size());
 }
+#endif
 
 TEST_F(DeviceInfo, MayBeFilledByTwoReportsAtOnce) {
     std::promise<void> bothRead;

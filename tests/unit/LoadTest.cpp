@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <string.h>
 #include <wardline/CloudConfig.h>
 #include <wardline/DeviceInfo.h>
 
@@ -16,7 +17,7 @@
 namespace {
 
 // How much a string of that text allocates. Nothing else that is loaded allocates as much.
-constexpr size_t kMonitorPathBytes = sizeof("/data/syslog/monitor/stabevent");
+const size_t kMonitorPathBytes = stringBytes(strlen("/data/syslog/monitor/stabevent"));
 
 TEST(Load, SetsTheMonitorPathUpAndUnloadDestroysIt) {
     Allocations allocations;
@@ -31,6 +32,10 @@ TEST(Load, SetsTheMonitorPathUpAndUnloadDestroysIt) {
 }
 
 TEST(Load, SetsTheDeviceInformationUpEmptyAndUnloadDestroysItLastFieldFirst) {
+    const size_t lengths[] = {1000, 1100, 1200, 1300, 1400, 1500, 1600, 1700};
+    std::vector<size_t> sizes;
+    for (const size_t length : lengths)
+        sizes.push_back(stringBytes(length));
     std::vector<size_t> freed;
     freed.reserve(8);
     Allocations allocations;
@@ -48,24 +53,24 @@ TEST(Load, SetsTheDeviceInformationUpEmptyAndUnloadDestroysItLastFieldFirst) {
                                   &info->build_type, &info->tags};
 
     EXPECT_FALSE(*isCached);
-    size_t length = 1000;
-    for (std::string* text : texts) {
-        EXPECT_EQ("", *text);
-        text->assign(length, 'x');
-        EXPECT_EQ(1, allocations.heldOfSize(length + 1));
-        ++length;
+    for (size_t i = 0; i < 8; ++i) {
+        EXPECT_EQ("", *texts[i]);
+        texts[i]->assign(lengths[i], 'x');
+        EXPECT_EQ(1, allocations.heldOfSize(sizes[i]));
     }
 
     EXPECT_EQ(0, dlclose(library));
     for (const size_t bytes : allocations.freed()) {
-        if (bytes > 1000 && bytes <= 1008) freed.push_back(bytes);
+        if (std::ranges::find(sizes, bytes) != sizes.end()) freed.push_back(bytes);
     }
-    EXPECT_EQ((std::vector<size_t>{1008, 1007, 1006, 1005, 1004, 1003, 1002, 1001}), freed);
+    std::ranges::reverse(sizes);
+    EXPECT_EQ(sizes, freed);
 }
 
 TEST(Load, SetsTheConfigurationUpEmptyAndUnloadDestroysTheSubscribersBeforeIt) {
     constexpr size_t kSubscriberBytes = sizeof(void*);
-    constexpr size_t kNameBytes = 1001;
+    constexpr size_t kNameLength = 1000;
+    const size_t kNameBytes = stringBytes(kNameLength);
     const std::filesystem::path directory = "/data/syslog/settings";
     using GetCloudConfig = android::__StabCloudConfig(void (*)(android::__StabCloudConfig&));
     Allocations allocations;
@@ -81,7 +86,7 @@ TEST(Load, SetsTheConfigurationUpEmptyAndUnloadDestroysTheSubscribersBeforeIt) {
     EXPECT_EQ(0u, getCloudConfig(nullptr).version);
     std::filesystem::create_directories(directory);
     std::ofstream(directory / "stab_cloud_config.json")
-        << R"({"processesConfig": {"processes": [{"name": ")" << std::string(kNameBytes - 1, 'x')
+        << R"({"processesConfig": {"processes": [{"name": ")" << std::string(kNameLength, 'x')
         << R"("}]}})";
     EXPECT_EQ(1u, getCloudConfig([](auto&) {}).processesConfig.processes.size());
     EXPECT_EQ(1, allocations.heldOfSize(kNameBytes));

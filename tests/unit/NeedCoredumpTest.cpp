@@ -20,12 +20,12 @@ using android::needCoredump;
 constexpr int kInfo = 4;
 constexpr int kError = 6;
 
-/** The kernel nodes that were opened as streams, each with the mode. */
-std::vector<std::string> openedNodes;
+/** What the library opened as a stream, each with the mode. */
+std::vector<std::string> openedStreams;
 
 class NeedCoredump : public DeviceTest {
   protected:
-    NeedCoredump() { openedNodes.clear(); }
+    NeedCoredump() { openedStreams.clear(); }
 
     static void setPolicy(const std::string& text) { writeContent(kTrimFlagNode, text); }
     static std::string disableSwitch() { return contentOf(kCoredumpDisableNode); }
@@ -128,7 +128,7 @@ TEST_F(NeedCoredump, OpensThePolicyNodeForReadingThenTheKernelSwitchForWriting) 
 
     EXPECT_EQ((std::vector<std::string>{"/proc/sys/kernel/coredump_trim_flag r",
                                         "/proc/sys/kernel/coredump_disable w"}),
-              openedNodes);
+              openedStreams);
 }
 
 TEST_F(NeedCoredump, ClosesThePolicyNodeBeforeItGoesOn) {
@@ -489,8 +489,8 @@ TEST_F(NeedCoredump, LogsTheDecisionAlsoWhenTheKernelSwitchTakesNothing) {
 
 FILE* fopen(const char* path, const char* mode) {
     static const auto next = reinterpret_cast<decltype(fopen)*>(dlsym(RTLD_NEXT, "fopen"));
-    if (std::string(path).starts_with("/proc/sys/kernel/")) {
-        openedNodes.push_back(std::string(path) + " " + mode);
+    if (isOfLibrary(__builtin_return_address(0))) {
+        openedStreams.push_back(std::string(path) + " " + mode);
     }
     return next(path, mode);
 }

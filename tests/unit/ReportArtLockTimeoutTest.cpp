@@ -14,6 +14,7 @@
 #include "proto/wardline_records.pb.h"
 #include "support/Allocations.h"
 #include "support/DeviceTest.h"
+#include "support/Errors.h"
 #include "support/FixedClock.h"
 #include "support/Meanwhile.h"
 
@@ -226,9 +227,13 @@ TEST_F(ReportArtLockTimeout, LeavesNothingAllocated) {
 
 TEST_F(ReportArtLockTimeout, LetsAFailedAllocationThrough) {
     Allocations allocations;
-    allocations.fail(25);
 
-    EXPECT_THROW(reportSample(), std::bad_alloc);
+    EXPECT_ERROR(
+        {
+            allocations.fail(25);
+            reportSample();
+        },
+        std::bad_alloc);
 
     EXPECT_EQ(0u, events().size());
 }

@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "support/Allocations.h"
+#include "support/Errors.h"
 #include "support/FixedClock.h"
 #include "support/Meanwhile.h"
 #include "support/MemMonitorTest.h"
@@ -399,7 +400,7 @@ TEST_F(ReportMemMonitorEvent, CopiesNothingOfAPairWithAnUnknownTag) {
     sample.data()->type = 9;
     {
         Allocations allocations;
-        allocations.fail(5001);
+        allocations.fail(stringBytes(5000));
         report(sample);
     }
 
@@ -502,7 +503,7 @@ TEST_F(ReportMemMonitorEvent, FreesArrayThenByteStringThenEventAfterTheOperation
     sample.addString("a", std::string(5000, 'x'));
     report(sample);
     const size_t recordBytes = onlyEvent().payload.size();
-    const std::vector<size_t> sizes = {recordBytes, recordBytes + 1, 5001};
+    const std::vector<size_t> sizes = {recordBytes, stringBytes(recordBytes), stringBytes(5000)};
     std::vector<size_t> freed;
     freed.reserve(1000);
     Allocations allocations;
@@ -563,9 +564,13 @@ TEST_F(ReportMemMonitorEvent, LetsAFailedAllocationThrough) {
     MemKVPairArray sample;
     sample.addString("a", std::string(5000, 'x'));
     Allocations allocations;
-    allocations.fail(5001);
 
-    EXPECT_THROW(report(sample), std::bad_alloc);
+    EXPECT_ERROR(
+        {
+            allocations.fail(stringBytes(5000));
+            report(sample);
+        },
+        std::bad_alloc);
 
     EXPECT_EQ(0u, events().size());
 }

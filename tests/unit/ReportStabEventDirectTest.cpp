@@ -22,6 +22,7 @@
 
 #include "proto/wardline_records.pb.h"
 #include "support/Allocations.h"
+#include "support/Errors.h"
 #include "support/FixedClock.h"
 #include "support/Meanwhile.h"
 #include "support/MonitorTest.h"
@@ -489,9 +490,13 @@ TEST_F(ReportStabEventDirect, LeavesNothingAllocated) {
 
 TEST_F(ReportStabEventDirect, LetsAFailedAllocationThrough) {
     Allocations allocations;
-    allocations.fail(16);  // The record's length.
 
-    EXPECT_THROW(reportAt(kTimeMs), std::bad_alloc);
+    EXPECT_ERROR(
+        {
+            allocations.fail(16);  // The record's length.
+            reportAt(kTimeMs);
+        },
+        std::bad_alloc);
 
     EXPECT_EQ(Names(), files());
     EXPECT_EQ(0077u, currentUmask());

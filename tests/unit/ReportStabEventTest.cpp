@@ -14,6 +14,7 @@
 #include "proto/wardline_records.pb.h"
 #include "support/Allocations.h"
 #include "support/DeviceTest.h"
+#include "support/Errors.h"
 #include "support/FixedClock.h"
 #include "support/Meanwhile.h"
 
@@ -190,9 +191,13 @@ TEST_F(ReportStabEvent, LeavesNothingAllocated) {
 
 TEST_F(ReportStabEvent, LetsAFailedAllocationThrough) {
     Allocations allocations;
-    allocations.fail(11);
 
-    EXPECT_THROW(reportStabEvent(2, 300, "ab", 1, nullptr), std::bad_alloc);
+    EXPECT_ERROR(
+        {
+            allocations.fail(11);
+            reportStabEvent(2, 300, "ab", 1, nullptr);
+        },
+        std::bad_alloc);
 
     EXPECT_EQ(0u, events().size());
 }
