@@ -14,7 +14,9 @@ function(small_and_quick_to_load target)
     LINK_DEPENDS ${map})
   target_compile_options(${target} PRIVATE -Os -ffunction-sections -fdata-sections)
   target_link_options(${target} PRIVATE
-    -Wl,--version-script=${map} -Wl,--no-undefined -Wl,--gc-sections -Wl,-z,relro -Wl,-z,now
+    -Wl,--version-script=${map} -Wl,--gc-sections -Wl,-z,relro -Wl,-z,now
+    # The fuzzer's program brings the sanitizers' functions.
+    $<$<NOT:$<BOOL:${WARDLINE_FUZZER}>>:-Wl,--no-undefined>
     # Calls of the library's own functions are bound when it is linked.
     -Wl,-Bsymbolic-functions
     $<$<BOOL:${LINKER_PACKS_RELATIVE_RELOCATIONS}>:-Wl,-z,pack-relative-relocs>)

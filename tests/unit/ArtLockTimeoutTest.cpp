@@ -8,7 +8,7 @@
 #include <type_traits>
 
 #include "proto/wardline_records.pb.h"
-#include "support/DeviceTest.h"
+#include "support/WireBytes.h"
 
 namespace {
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "support/MonitorTest.h"
+#include "support/WireBytes.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "proto/wardline_records.pb.h"
-#include "support/DeviceTest.h"
+#include "support/WireBytes.h"
 
 namespace {
 

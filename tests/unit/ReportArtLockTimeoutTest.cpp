@@ -17,6 +17,7 @@
 #include "support/Errors.h"
 #include "support/FixedClock.h"
 #include "support/Meanwhile.h"
+#include "support/WireBytes.h"
 
 namespace {
 

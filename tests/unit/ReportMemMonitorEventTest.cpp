@@ -18,6 +18,7 @@
 #include "support/FixedClock.h"
 #include "support/Meanwhile.h"
 #include "support/MemMonitorTest.h"
+#include "support/WireBytes.h"
 
 namespace {
 

@@ -27,6 +27,7 @@
 #include "support/Meanwhile.h"
 #include "support/MonitorTest.h"
 #include "support/ResourceLimit.h"
+#include "support/WireBytes.h"
 
 namespace {
 

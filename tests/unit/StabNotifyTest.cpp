@@ -14,6 +14,7 @@
 #include "support/DeviceTest.h"
 #include "support/DriverNode.h"
 #include "support/Meanwhile.h"
+#include "support/WireBytes.h"
 
 namespace {
 
