@@ -194,12 +194,14 @@ static_assert(offsetof(__StabCloudConfig, threadtrackConfig) == 72);
  *     E Failed to read from inotify: %s
  *         a signal interrupted the watcher, for instance; it has ended
  *
- * Errors: what the JSON library does about a malformed file passes through: it raises a
- * Json::Exception, or ends the process where it was built without exceptions. In the first case
- * nobody is subscribed, the configuration is filled up to the faulty place, and the next call works
- * once the file is repaired; on the watcher's thread the exception ends the process. A thread that
- * cannot be created raises std::system_error through the caller, and the next call tries again.
- * Where memory is short std::bad_alloc is raised.
+ * Errors: what the JSON library does about a malformed file passes through. On an image it ends the
+ * process, with at most a line on standard error. Where it was built with exceptions it raises a
+ * Json::Exception: nobody is subscribed then, the configuration is filled up to the faulty place,
+ * and the next call works once the file is repaired; on the watcher's thread the exception ends the
+ * process. If only this library is built without exceptions, one that passes through leaves the
+ * configuration locked, and later calls wait for ever. A thread that cannot be created raises
+ * std::system_error through the caller, and the next call tries again. Where memory is short
+ * std::bad_alloc is raised.
  *
  * Threads: any number at once; the first call is waited for by all. Not in a signal handler.
  */
