@@ -87,7 +87,8 @@ std::string android::millisecondsToDatetime(unsigned long ms) {
 std::string android::getCmdline() {
     std::string cmdline;
     if (!base::ReadFileToString("/proc/self/cmdline", &cmdline)) return cmdline;
-    cmdline.resize(cmdline.find_last_not_of('\0') + 1);
+    const size_t last = cmdline.find_last_not_of('\0');
+    cmdline.resize(last == std::string::npos ? 0 : last + 1);
     std::replace(cmdline.begin(), cmdline.end(), '\0', ' ');
     return cmdline;
 }
