@@ -30,4 +30,8 @@ done
 diff <(grep -A 1 -E '^cc_(library|test|benchmark|fuzz)' Android.bp | sed -n 's/.*name: "\(.*\)",/\1/p' | sort) \
   <(printf '%s\n' "${modules[@]}" | sort) ||
   { echo 'FAILED: Android.bp has other modules (<) than were compared (>)'; failures=1; }
+# Whatever else it names by a path, "a/b.h" or "a.txt", is there too.
+while read -r path; do
+  compgen -G "$path" >/dev/null || { echo "FAILED: Android.bp names $path, which is not there"; failures=1; }
+done < <(grep -o '"[^"]*\(/\|\.txt\)[^"]*"' <(grep -v '^ *//' Android.bp) | tr -d '"')
 [ $failures = 0 ] && echo 'Android.bp builds what CMake builds'
