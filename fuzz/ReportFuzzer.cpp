@@ -13,7 +13,9 @@
 
 #include <algorithm>
 #include <map>
+#include <sstream>
 #include <string>
+#include <string_view>
 
 #include "internal/SysEventsBuffer.h"
 #include "proto/wardline_records.pb.h"
@@ -60,8 +62,10 @@ void reportEvent(Input& input) {
     const std::string name = input.text();
     const unsigned long timeMs = std::max<uint64_t>(input.number<uint64_t>(), 1);
     std::map<std::string, std::string> data;
-    while (!input.isEmpty())
-        data.emplace(input.text(), input.text());
+    while (!input.isEmpty()) {
+        const std::string key = input.text();
+        data.emplace(key, input.text());
+    }
 
     android::reportStabEvent(type, pid, name, timeMs, &data);
 
@@ -72,6 +76,29 @@ void reportEvent(Input& input) {
     check(event.process_name() == name);
     check(event.timestamp_ms() == timeMs);
     check(std::map<std::string, std::string>(event.data().begin(), event.data().end()) == data);
+}
+
+/** The part of text with this index, where the delimiter parts it; empty where there are fewer. */
+std::string part(const std::string& text, char delimiter, int index) {
+    std::istringstream stream(text);
+    std::string part;
+    for (int i = 0; i <= index; ++i) {
+        if (!std::getline(stream, part, delimiter)) return "";
+    }
+    return part;
+}
+
+void checkBuild(const MemMonitorEvent& event) {
+    const std::string device = part(fingerprint, '/', 2);
+    const std::string incremental = part(fingerprint, '/', 4);
+    check(event.brand() == part(fingerprint, '/', 0));
+    check(event.product() == part(fingerprint, '/', 1));
+    check(event.device() == part(device, ':', 0));
+    check(event.release() == part(device, ':', 1));
+    check(event.build_id() == part(fingerprint, '/', 3));
+    check(event.incremental() == part(incremental, ':', 0));
+    check(event.build_type() == part(incremental, ':', 1));
+    check(event.tags() == part(fingerprint, '/', 5));
 }
 
 void reportSample(Input& input) {
@@ -94,7 +121,7 @@ void reportSample(Input& input) {
     if (components != 6 || sample.size() == 0) return check(payload.empty());
     MemMonitorEvent event;
     check(event.ParsePartialFromString(payload));
-    check(event.brand() == fingerprint.substr(0, fingerprint.find('/')));
+    checkBuild(event);
     check(static_cast<size_t>(event.kvs_size()) == 2 * sample.size());
     for (int i = 0; i < event.kvs_size(); i += 6) {
         const android::__MemKVPair* const pairs = sample.data() + i / 2;

@@ -63,7 +63,7 @@ bool serve(int crashes) {
     ssize_t size = 0;
     while ((size = recv(crashes, &message, sizeof(message), 0)) > 0) {
         if (size != sizeof(message)) continue;
-        reportCrash(message.pid, message.info);
+        if (!crashed) reportCrash(message.pid, message.info);  // Its first crashing thread counts.
         crashed = true;
         send(crashes, "", 1, MSG_NOSIGNAL);
     }
@@ -81,8 +81,12 @@ bool serve(int crashes) {
 /** Runs the program to its end; true when it crashed and was reported. */
 bool runAndServe(char** program) {
     int ends[2];
-    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return false;
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
+        perror("crash_handler: cannot make a socket");
+        return false;
+    }
     const pid_t child = fork();
+    if (child < 0) perror("crash_handler: cannot start a process");
     if (child == 0) becomeProgram(ends[1], program);
     close(ends[1]);
     const bool crashed = child > 0 && serve(ends[0]);

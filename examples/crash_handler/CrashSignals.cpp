@@ -21,8 +21,10 @@ void onCrashSignal(int signo, siginfo_t* info, void*) {
         while (recv(crashSocket, &answer, sizeof(answer), 0) < 0 && errno == EINTR) {
         }
     }
-    // Comes when this function returns, and ends the process.
+    // Ends the process when this function returns: a fault happens again, another signal is sent again.
     signal(signo, SIG_DFL);
+    const bool isFault = signo == SIGBUS || signo == SIGFPE || signo == SIGILL || signo == SIGSEGV;
+    if (isFault && info->si_code > 0) return;
     syscall(SYS_rt_tgsigqueueinfo, getpid(), gettid(), signo, info);
 }
 

@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
-# Compares what libwardline.so exports with the symbol map: exports_test.sh LIBRARY MAP
+# Compares what libwardline.so exports with the symbol map, and looks at how it is linked:
+#
+#   exports_test.sh LIBRARY MAP PACKS-RELOCATIONS    the last is 1 where the linker can
 set -euo pipefail
 
-library=$1 map=$2
+library=$1 map=$2 packs=$3
 failures=0
 
 report() {
@@ -88,6 +90,11 @@ grep -q 'SONAME.*\[libwardline\.so\]$' <<<"$dynamic" || report 'the SONAME is no
 grep -q 'NEEDED.*\[libprotobuf-lite\.so' <<<"$dynamic" || report 'not linked to the lite runtime'
 ! grep -q 'NEEDED.*\[libprotobuf\.so' <<<"$dynamic" || report 'linked to the full protobuf runtime'
 ! nm -D "$library" | grep -q '@@\?LIBWARDLINE' || report 'the exports carry a version'
+
+grep -q 'FLAGS.*BIND_NOW' <<<"$dynamic" || report 'not bound at load'
+segments=$(readelf -lW "$library")
+grep -q GNU_RELRO <<<"$segments" || report 'writable after load'
+[ "$packs" != 1 ] || grep -q '(RELR)' <<<"$dynamic" || report 'the relative relocations are not packed'
 
 imports=$(nm -D --undefined-only "$library" | awk '{print $2}')
 for import in __android_log_print property_get property_set property_get_int32 \

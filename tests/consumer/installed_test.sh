@@ -40,7 +40,8 @@ lib/libwardline.so
 lib/pkgconfig/wardline.pc
 END
 ) || fail 'installed is something else (<) than should be (>)'
-! readelf -d "$libdir/libwardline.so" | grep -E 'R(UN)?PATH' || fail 'the library knows where it was built'
+dynamic=$(readelf -d "$libdir/libwardline.so")
+! grep -E 'R(UN)?PATH' <<<"$dynamic" || fail 'the library knows where it was built'
 ! grep -rlF -e "$build" -e "$source" "$prefix" --include='*.cmake' --include='*.pc' ||
   fail 'the package knows where it was built'
 
@@ -56,6 +57,8 @@ run "$work/cmake/consumer_cpp"
   export PKG_CONFIG_PATH=$libdir/pkgconfig
   quietly "$cc" $flags -std=c99 -pedantic "$source/consumer.c" -o "$work/pc_c" \
     $(pkg-config --cflags --libs wardline) $link_flags
+  [ "$(pkg-config --print-requires-private wardline)" = protobuf-lite ] ||
+    fail 'the package does not ask for the headers of protobuf-lite'
   quietly "$cxx" $flags -std=c++20 "$source/consumer.cpp" -o "$work/pc_cpp" \
     $(pkg-config --cflags --libs wardline protobuf-lite) $link_flags
 }

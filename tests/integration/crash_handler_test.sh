@@ -33,6 +33,19 @@ crash system_server abort-by-kernel 'signal 6, code 128$' 'flags         0x3651f
 crash c segv-in-thread 'signal 11, code 1, fault address 0xdead0$' 'process_name  "c"'
 crash d trap 'signal 5, code -6$' 'process_name  "d"' 'flags         0x3611f'
 
+# The victim dies of its own signal. It is started by a shell that tells so, and that the handler
+# waits for.
+ends() { # ends WAY EXPECTED-STATUS
+  local shown
+  # shellcheck disable=SC2016  # For the shell inside.
+  shown=$(handler /bin/sh -c '"$0/run" "$0/examples/victim" "$1"; echo "status $?"' "$build" "$1")
+  grep -qx "status $2" <<<"$shown" || fail "$1: no status $2 in: $shown"
+  records=$((records + 1))
+}
+ends segv 139
+ends abort-by-kernel 134
+ends trap 133
+
 handler "$build/run" "$build/examples/victim" handled && fail 'a signal that the program handles is no crash'
 handler /bin/true && fail 'a program that does not crash is no success'
 handler /no/such/program && fail 'a missing program is no success'
