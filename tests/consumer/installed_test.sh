@@ -7,12 +7,21 @@
 # In the folders of LIBRARY-PATH are the libraries that no installed tree has: the platform's.
 set -euo pipefail
 
-build=$1 library_path=$2 cc=$3 cxx=$4 flags=$5 link_flags="$6 -Wl,-rpath-link,$2"
+build=$1 cc=$3 cxx=$4 flags=$5 link_flags=$6
+IFS=: read -ra library_folders <<<"$2"
 shift 6
 source=$(dirname "$(realpath "$0")")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
+
+library_path=
+for folder in "${library_folders[@]}"; do
+  link=$(mktemp -u -p "$work")
+  ln -s "$folder" "$link"  # Flags take no blanks.
+  library_path+=${library_path:+:}$link
+done
+link_flags+=" -Wl,-rpath-link,$library_path"
 
 fail() {
   echo "FAILED: $1"
