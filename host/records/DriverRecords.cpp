@@ -12,7 +12,7 @@ using android::base::unique_fd;
 
 namespace {
 
-constexpr char kNode[] = "/dev/stabd";
+constexpr char kNode[] = "/dev/stabd_records";
 constexpr char kRecordsFile[] = "/dev/stabd.records";
 constexpr size_t kRecordsPerRead = 64;
 
@@ -31,7 +31,8 @@ bool moveRecords(int node, int file) {
 
 int openDriverNode() {
     struct stat status;
-    if (stat(kNode, &status) != 0 || !S_ISFIFO(status.st_mode)) return -1;
+    if (stat(kNode, &status) != 0) return -1;
+    if (!S_ISFIFO(status.st_mode) && !S_ISCHR(status.st_mode)) return -1;
     // For writing too: a FIFO without a writer would always be ready to read its end.
     return open(kNode, O_RDWR | O_NONBLOCK | O_CLOEXEC);
 }

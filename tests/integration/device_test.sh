@@ -5,34 +5,13 @@ set -euo pipefail
 script=$1 build=$2
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-failures=0
 
 device() { "$script" --build "$build" "$@"; }
 in_root() { device --root "$work/root" "$@"; }
 devicectl() { in_root "$build/run" "$build/host/devicectl" "$@"; }
 
-expect() { # expect WHAT EXPECTED ACTUAL
-  [ "$2" = "$3" ] && return
-  printf 'FAILED: %s\n  expected: %s\n  actual:   %s\n' "$1" "$2" "$3"
-  failures=$((failures + 1))
-}
-
-expect_match() { # expect_match WHAT PATTERN ACTUAL
-  # shellcheck disable=SC2053  # A pattern, on purpose.
-  [[ $3 == $2 ]] || expect "$1" "$2" "$3"
-}
-
-expect_end() { # expect_end WHAT EXPECTED-CODE PID: waits for a process that this script started
-  local code=0
-  wait "$3" 2>/dev/null || code=$?
-  expect "$1" "$2" "$code"
-}
-
-status() { # status COMMAND...: prints its exit code
-  local code=0
-  "$@" >/dev/null 2>&1 || code=$?
-  echo "$code"
-}
+# shellcheck source-path=SCRIPTDIR
+. "$(dirname "$0")/../support/expect.sh"
 
 expect 'every path is in place' ok "$(device --temporary sh -c '
   [ -d /data/syslog/monitor ] && [ -w /data/syslog/monitor ] && [ -d /data/syslog/settings ] &&
@@ -176,5 +155,4 @@ for signal in TERM HUP KILL; do
   [ $signal = KILL ] || expect "the temporary root is removed, $signal" '' "$(ls -A "$work/tmp")"
 done
 
-[ $failures = 0 ] || exit 1
-echo 'scripts/device behaves as described'
+conclude 'scripts/device behaves as described'

@@ -2,9 +2,9 @@
 
 #include <wardline/CloudConfig.h>
 
-#include <functional>
 #include <string>
 
+#include "Await.h"
 #include "DeviceTest.h"
 
 /**
@@ -38,12 +38,3 @@ class CloudConfigTest : public DeviceTest {
 
 /** A configuration as a text of one line. */
 std::string describe(const android::__StabCloudConfig& config);
-
-/** Asks again and again until the answer is yes; false when it is not by a deadline. */
-bool eventually(const std::function<bool()>& isTrue);
-
-/** Waits until a thread of this process sleeps or is gone; fails when it does not by a deadline. */
-void awaitSleep(pid_t thread);
-
-/** Waits until a thread of this process is gone; fails when it is not by a deadline. */
-void awaitEnd(pid_t thread);

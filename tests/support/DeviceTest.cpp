@@ -3,6 +3,7 @@
 #include <cutils/properties.h>
 #include <string.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -10,12 +11,42 @@
 #include <fstream>
 #include <iterator>
 
+#include "DriverNode.h"
+
 namespace fs = std::filesystem;
 
 namespace {
 
 constexpr char kPropertyArea[] = "/dev/__properties__";
 constexpr char kEventBuffer[] = "/dev/sysevents_buf";
+
+/** The number of the driver's node in a virtual device, else 0. */
+dev_t driverDevice() {
+    unsigned int major = 0;
+    unsigned int minor = 0;
+    char separator;
+    std::ifstream("/sys/class/misc/stabd/dev") >> major >> separator >> minor;
+    return makedev(major, minor);
+}
+
+/** Lets /dev/stabd be the driver's node where there is one, else a FIFO, and empties it. */
+void restoreDriverNode(const char* path) {
+    struct stat status = {};
+    const dev_t device = driverDevice();
+    if (device == 0 || lstat(path, &status) != 0 || status.st_rdev != device) {
+        fs::remove_all(path);
+        mknod(path, (device == 0 ? S_IFIFO : S_IFCHR) | 0666, device);
+    }
+    DriverNode().drain();
+}
+
+/** Lets the path of a kernel switch lead to the kernel's own where there is one, or be a file. */
+void restoreSwitch(const fs::path& path) {
+    const fs::path kernels = "/dev/sysctl" / path.filename();
+    fs::remove_all(path);
+    if (fs::exists(kernels)) fs::create_symlink(kernels, path);
+    writeContent(path, "0\n");
+}
 
 }  // namespace
 
@@ -27,13 +58,10 @@ DeviceTest::DeviceTest() {
     fs::create_directory(kPropertyArea);
     for (const auto& entry : fs::directory_iterator(kPropertyArea))
         fs::remove(entry);
-    for (const char* node : {kTrimFlagNode, kCoredumpDisableNode, kDriverNode}) {
-        fs::remove_all(node);
-    }
-    writeContent(kTrimFlagNode, "0\n");
-    writeContent(kCoredumpDisableNode, "0\n");
+    restoreSwitch(kTrimFlagNode);
+    restoreSwitch(kCoredumpDisableNode);
+    restoreDriverNode(kDriverNode);
     writeContent(kEventBuffer, "");
-    mkfifo(kDriverNode, 0666);
     resetTrace();
 }
 
@@ -50,6 +78,19 @@ std::string DeviceTest::property(const std::string& name) {
 void DeviceTest::setProperty(const std::string& name, const std::string& value) {
     ASSERT_EQ(0, property_set(name.c_str(), value.c_str()));
     resetTrace();
+}
+
+void DeviceTest::setSwitch(const std::string& path, const std::string& content) {
+    writeContent(path, content);
+    if (contentOf(path) == content || switchContent(path) == content) return;
+    fs::remove(path);
+    writeContent(path, content);
+}
+
+std::string DeviceTest::switchContent(const std::string& path) {
+    std::string content = contentOf(path);
+    if (fs::is_symlink(path) && content.ends_with('\n')) content.pop_back();
+    return content;
 }
 
 std::vector<LogLine> DeviceTest::driverError(int error) {
@@ -79,10 +120,11 @@ int modeOf(const std::string& path) {
 }
 
 int openDescriptorsTo(const std::string& path) {
+    const fs::path target = fs::is_symlink(path) ? fs::read_symlink(path) : fs::path(path);
     int count = 0;
     for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
         std::error_code gone;
-        if (fs::read_symlink(entry, gone) == path) ++count;
+        if (fs::read_symlink(entry, gone) == target) ++count;
     }
     return count;
 }

@@ -23,6 +23,12 @@ class DeviceTest : public testing::Test {
     static std::string property(const std::string& name);
     static void setProperty(const std::string& name, const std::string& value);
 
+    /** Gives a kernel switch this content; what the kernel's own does not keep, a file does. */
+    static void setSwitch(const std::string& path, const std::string& content);
+
+    /** The content of a kernel switch, without the newline that the kernel's own adds. */
+    static std::string switchContent(const std::string& path);
+
     /** The log lines of one record that did not reach the driver. */
     static std::vector<LogLine> driverError(int error);
 

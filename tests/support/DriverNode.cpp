@@ -1,15 +1,15 @@
 #include "DriverNode.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <stdint.h>
 #include <string.h>
 #include <unistd.h>
 
-#include <algorithm>
-
 namespace {
 
-constexpr size_t kRecordBytes = 136;
+constexpr ssize_t kRecordBytes = 136;
+constexpr int kDeadlineMs = 30000;
 
 template <typename Integer>
 Integer integerAt(const std::string& bytes, size_t offset) {
@@ -20,7 +20,7 @@ Integer integerAt(const std::string& bytes, size_t offset) {
 
 }  // namespace
 
-DriverNode::DriverNode() : fd_(open("/dev/stabd", O_RDWR | O_NONBLOCK | O_CLOEXEC)) {}
+DriverNode::DriverNode() : fd_(open("/dev/stabd_records", O_RDWR | O_NONBLOCK | O_CLOEXEC)) {}
 
 DriverNode::~DriverNode() {
     close(fd_);
@@ -33,6 +33,11 @@ std::string DriverNode::next() {
     return record;
 }
 
+bool DriverNode::awaitRecord() {
+    pollfd wait = {fd_, POLLIN, 0};
+    return poll(&wait, 1, kDeadlineMs) == 1;
+}
+
 std::vector<std::string> DriverNode::drain() {
     std::vector<std::string> records;
     for (std::string record = next(); !record.empty(); record = next())
@@ -41,24 +46,13 @@ std::vector<std::string> DriverNode::drain() {
 }
 
 size_t DriverNode::fill() {
-    const std::string page(4096, 'f');
+    const int node = open("/dev/stabd", O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    const std::string record(kRecordBytes, 'f');
     size_t filled = 0;
-    // Whole pages first, single bytes last.
-    for (size_t step : {page.size(), size_t{1}}) {
-        ssize_t count;
-        while ((count = write(fd_, page.data(), step)) > 0)
-            filled += static_cast<size_t>(count);
-    }
+    while (write(node, record.data(), record.size()) == kRecordBytes)
+        ++filled;
+    close(node);
     return filled;
-}
-
-void DriverNode::discard(size_t count) {
-    std::string bytes(4096, '\0');
-    while (count > 0) {
-        const ssize_t got = read(fd_, bytes.data(), std::min(count, bytes.size()));
-        if (got <= 0) return;
-        count -= static_cast<size_t>(got);
-    }
 }
 
 DriverRecord::DriverRecord(const std::string& bytes)

@@ -6,8 +6,8 @@
 #include <vector>
 
 /**
- * The driver's side of /dev/stabd: keeps the node open, so that a FIFO holds what is written to it,
- * and reads the records one at a time.
+ * The driver's side of /dev/stabd: keeps /dev/stabd_records open, so that a FIFO holds what is written
+ * to it, and reads the records one at a time.
  */
 class DriverNode {
   public:
@@ -19,14 +19,14 @@ class DriverNode {
     /** The next record's 136 bytes, or what there is of it; empty when none waits. */
     std::string next();
 
+    /** Waits until there is a record; false when none comes by a deadline. */
+    bool awaitRecord();
+
     /** All records that wait. */
     std::vector<std::string> drain();
 
-    /** Writes to the node until it takes no more. Returns how many bytes it took. */
+    /** Writes records to the node until it takes no more. Returns how many it took. */
     size_t fill();
-
-    /** Takes count bytes from the node, without looking at them. */
-    void discard(size_t count);
 
   private:
     int fd_;

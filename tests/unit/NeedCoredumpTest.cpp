@@ -19,6 +19,7 @@ using android::needCoredump;
 
 constexpr int kInfo = 4;
 constexpr int kError = 6;
+constexpr char kUntouched[] = "-77";
 
 /** What the library opened as a stream, each with the mode. */
 std::vector<std::string> openedStreams;
@@ -27,11 +28,11 @@ class NeedCoredump : public DeviceTest {
   protected:
     NeedCoredump() { openedStreams.clear(); }
 
-    static void setPolicy(const std::string& text) { writeContent(kTrimFlagNode, text); }
-    static std::string disableSwitch() { return contentOf(kCoredumpDisableNode); }
+    static void setPolicy(const std::string& text) { setSwitch(kTrimFlagNode, text); }
+    static std::string disableSwitch() { return switchContent(kCoredumpDisableNode); }
 
     /** Puts a content into the kernel switch that no decision writes. */
-    static void markDisableSwitch() { writeContent(kCoredumpDisableNode, "untouched"); }
+    static void markDisableSwitch() { setSwitch(kCoredumpDisableNode, kUntouched); }
 
     static void makeDisableSwitchUnwritable() {
         unlink(kCoredumpDisableNode);
@@ -54,7 +55,7 @@ TEST_F(NeedCoredump, AnswersFalseWithAnInfoLineWhenThePolicyNodeCannotBeOpened) 
     EXPECT_EQ((std::vector<LogLine>{{kInfo, "libwardline", "Failed to open sysctl node for read"}}),
               logLines());
     EXPECT_EQ(1u, calls().size());
-    EXPECT_EQ("untouched", disableSwitch());
+    EXPECT_EQ(kUntouched, disableSwitch());
     EXPECT_EQ("(none)", contentOf(kTrimFlagNode));
 }
 
@@ -71,7 +72,7 @@ TEST_F(NeedCoredump, AnswersFalseWithAnErrorLineWhenThePolicyNodeHoldsNoInteger)
                       {kError, "libwardline", "error reading integer from coredump_trim_flag"}}),
                   logLines());
         EXPECT_EQ(1u, calls().size());
-        EXPECT_EQ("untouched", disableSwitch());
+        EXPECT_EQ(kUntouched, disableSwitch());
     }
 }
 
@@ -163,7 +164,7 @@ TEST_P(NeedCoredumpOff, AnswersFalseAndTouchesNothing) {
     EXPECT_FALSE(needCoredump("app"));
 
     EXPECT_EQ(std::vector<std::string>(), calls());
-    EXPECT_EQ("untouched", disableSwitch());
+    EXPECT_EQ(kUntouched, disableSwitch());
     EXPECT_EQ("(unset)", property("dumpstate.coredump.app"));
 }
 
@@ -452,7 +453,7 @@ TEST_F(NeedCoredump, SetsTheLatchBeforeItWritesTheKernelSwitch) {
 
     needCoredump("app");
 
-    EXPECT_EQ("untouched", contentAtSet);
+    EXPECT_EQ(kUntouched, contentAtSet);
 }
 
 TEST_F(NeedCoredump, AnswersTrueSilentlyWhenTheKernelSwitchCannotBeOpened) {

@@ -9,36 +9,15 @@
 #include <wardline/StabNotify.h>
 
 #include <atomic>
-#include <chrono>
-#include <fstream>
 #include <thread>
 
 #include "proto/wardline_records.pb.h"
+#include "support/Await.h"
 #include "support/DeviceTest.h"
 #include "support/DriverNode.h"
 #include "support/ResourceLimit.h"
 
 namespace {
-
-constexpr std::chrono::seconds kDeadline(30);
-
-/** Waits until condition holds; false when it does not within the deadline. */
-template <typename Condition>
-bool await(Condition condition) {
-    const auto deadline = std::chrono::steady_clock::now() + kDeadline;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::yield();
-    }
-    return true;
-}
-
-/** The scheduler's state of a thread of this process: S while it waits in the kernel. */
-char threadState(pid_t thread) {
-    const std::string status = contentOf("/proc/self/task/" + std::to_string(thread) + "/stat");
-    const size_t end = status.rfind(')');
-    return end == std::string::npos || end + 2 >= status.size() ? '?' : status[end + 2];
-}
 
 std::atomic<int> signalsTaken = 0;
 
@@ -125,16 +104,15 @@ TEST_F(StabDriver, TakesDescriptorZeroLikeAnyOther) {
 }
 
 TEST_F(StabDriver, OpensTheNodeAnewForEveryRecord) {
-    DriverNode first;
+    DriverNode driver;
     notify_extra_log_finish(1);
     ASSERT_EQ(0, unlink(kDriverNode));
-    ASSERT_EQ(0, mkfifo(kDriverNode, 0666));
-    DriverNode second;
+    writeContent(kDriverNode, "");
 
     notify_extra_log_finish(2);
 
-    EXPECT_EQ(1u, first.drain().size());
-    EXPECT_EQ(1u, second.drain().size());
+    EXPECT_EQ(1u, driver.drain().size());
+    EXPECT_EQ(2, DriverRecord(contentOf(kDriverNode)).pid);
 }
 
 TEST_F(StabDriver, TakesAShortWriteForSuccess) {
@@ -169,19 +147,20 @@ TEST_F(StabDriver, WritesAgainAfterEverySignalThatInterruptsIt) {
         notify_extra_log_finish(77);
     });
 
-    ASSERT_TRUE(await([&] { return writer != 0; }));
+    ASSERT_TRUE(eventually([&] { return writer != 0; }));
     for (int signals = 1; signals <= 20; ++signals) {
-        ASSERT_TRUE(await([&] { return threadState(writer) == 'S'; }));
+        awaitSleep(writer);
         pthread_kill(reporter.native_handle(), SIGUSR1);
-        ASSERT_TRUE(await([&] { return signalsTaken == signals; }));
+        ASSERT_TRUE(eventually([&] { return signalsTaken == signals; }));
     }
-    ASSERT_TRUE(await([&] { return threadState(writer) == 'S'; }));
-    driver.discard(filled);
+    awaitSleep(writer);
+    auto records = driver.drain();
     reporter.join();
+    for (std::string& record : driver.drain())
+        records.push_back(std::move(record));
 
-    const auto records = driver.drain();
-    ASSERT_EQ(1u, records.size());
-    EXPECT_EQ(77, DriverRecord(records.front()).pid);
+    ASSERT_EQ(filled + 1, records.size());
+    EXPECT_EQ(77, DriverRecord(records.back()).pid);
     EXPECT_EQ(std::vector<LogLine>(), logLines());
 }
 
@@ -190,28 +169,24 @@ TEST_F(StabDriver, LosesAndMixesUpNothingUnderEightThreads) {
     constexpr int kReports = 10000;
     writeContent(kTrimFlagNode, "0");
     DriverNode driver;
-    std::atomic<int> running = kThreads;
     std::vector<std::thread> threads;
     for (int thread = 0; thread < kThreads; ++thread) {
-        threads.emplace_back([thread, &running] {
+        threads.emplace_back([thread] {
             const std::string name(static_cast<size_t>(thread + 1), 'a' + thread);
             for (int i = 0; i < kReports; ++i) {
                 notify_stab_ne(name.c_str(), i, thread, 0, name.c_str());
             }
-            --running;
         });
     }
 
     std::vector<std::string> records;
-    while (running > 0) {
+    while (records.size() < kThreads * kReports && driver.awaitRecord()) {
         for (std::string& record : driver.drain())
             records.push_back(std::move(record));
-        std::this_thread::yield();
     }
     for (std::thread& thread : threads)
         thread.join();
-    for (std::string& record : driver.drain())
-        records.push_back(std::move(record));
+    EXPECT_EQ(0u, driver.drain().size());
 
     std::vector<int> next(kThreads, 0);
     for (const std::string& bytes : records) {

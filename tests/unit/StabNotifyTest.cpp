@@ -260,7 +260,7 @@ TEST_F(StabNotify, NeAsksForTheCoredumpOfTheWholeName) {
     notify_stab_ne(name.c_str(), 1, 11, 1, "");
 
     EXPECT_EQ("1", property("dumpstate.coredump.-" + std::string(60, 'p')));
-    EXPECT_EQ("0", contentOf(kCoredumpDisableNode));
+    EXPECT_EQ("0", switchContent(kCoredumpDisableNode));
 }
 
 struct CrashLatchCase {
