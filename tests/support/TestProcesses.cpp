@@ -22,7 +22,7 @@
 
 namespace {
 
-constexpr int kTimeoutMs = 60000;
+constexpr int kTimeoutMs = 300000;
 
 std::vector<std::string> testNames() {
     std::vector<std::string> names;
