@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Delivers configurations to a subscriber, in a workstation device. Run it inside a device:
+# Delivers configurations to a subscriber, in a device. Run it inside a device:
 #
 #   scripts/device --temporary examples/tour/cloud_config.sh build/host
 build=$1

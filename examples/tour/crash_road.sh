@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Crashes programs in a workstation device and shows all that the library did about each crash. Run it
+# Crashes programs in a device and shows all that the library did about each crash. Run it
 # inside a device:
 #
 #   scripts/device --temporary examples/tour/crash_road.sh build/host

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Files stability events in a workstation device and takes the files apart. Run it inside a device:
+# Files stability events in a device and takes the files apart. Run it inside a device:
 #
 #   scripts/device --temporary examples/tour/event_file.sh build/host
 build=$1

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Reports a lock that was waited on for too long, in a workstation device. Run it inside a device:
+# Reports a lock that was waited on for too long, in a device. Run it inside a device:
 #
 #   scripts/device --temporary examples/tour/lock_timeout.sh build/host
 build=$1

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Reports memory figures of the running system, in a workstation device. Run it inside a device:
+# Reports memory figures of the running system, in a device. Run it inside a device:
 #
 #   scripts/device --temporary examples/tour/mem_sample.sh build/host
 build=$1
