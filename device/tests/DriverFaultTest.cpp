@@ -149,6 +149,24 @@ TEST_F(DriverFault, OfSignalsThatInterruptTheDriverIsTriedAgain) {
     EXPECT_EQ(std::vector<LogLine>(), logLines());
 }
 
+TEST_F(DriverFault, IsNoneForSignalsAfterWhichTheKernelGoesOn) {
+    handleSigusr1(SA_RESTART);
+    setDriver("write_delay_ms", "60000");
+    std::thread reporter([] { notify_extra_log_finish(9); });
+    ASSERT_TRUE(eventually([] { return driver("writes") == 1; }));
+
+    pthread_kill(reporter.native_handle(), SIGUSR1);
+    ASSERT_TRUE(eventually([] { return driver("writes") == 2; }));
+    setDriver("write_delay_ms", "0");
+    pthread_kill(reporter.native_handle(), SIGUSR1);
+    reporter.join();
+
+    EXPECT_EQ("1 opens, 3 writes, 1 closes", driverCalls());
+    expectRecord(9);
+    EXPECT_EQ(2, signalsTaken);
+    EXPECT_EQ(std::vector<LogLine>(), logLines());
+}
+
 TEST_F(DriverFault, OfADriverThatIsUnloadedBetweenOpenAndWriteIsLogged) {
     beforeRecord = unloadDriver;
 

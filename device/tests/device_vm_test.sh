@@ -72,6 +72,9 @@ expect_failure 114 'cannot keep what the device left: tar: *' \
 expect 'what was left before is there still' content "$(<"$work/root/data/left")"
 
 # Devices that do not run the command to its end.
+# A reader that wants no more does not stop a device.
+expect 'the first line of many' $'y\n0' \
+  "$(vm sh -c 'yes | head -n 100000' | head -n 1; echo "${PIPESTATUS[0]}")"
 expect_failure 115 'Kernel panic - not syncing: sysrq triggered crash' vm sh -c 'echo c >/proc/sysrq-trigger'
 expect_failure 116 'the device was not done after 10 s' vm --timeout 10 tail -f /dev/null
 expect_failure 117 'the emulator ended with 0 before the device was done*' vm poweroff -f
