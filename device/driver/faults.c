@@ -27,7 +27,8 @@ MODULE_PARM_DESC(write_delay_ms, "how long every write waits, in ms; a signal in
 
 static int write_count = -1;
 module_param(write_count, int, 0644);
-MODULE_PARM_DESC(write_count, "bytes that every write says to have taken; negative: takes all");
+MODULE_PARM_DESC(write_count,
+		 "bytes that every write says to have taken, and drops; negative: takes all");
 
 /* 0 after the delay, else the error that ended it. */
 static ssize_t delay_write(void)
@@ -47,7 +48,7 @@ bool stabd_fault_of_open(int *result)
 	return *result;
 }
 
-bool stabd_fault_of_write(ssize_t *result)
+bool stabd_fault_of_write(size_t size, ssize_t *result)
 {
 	*result = atomic_dec_if_positive(&write_eintr) >= 0 ? -EINTR : delay_write();
 	if (!*result)
@@ -55,5 +56,7 @@ bool stabd_fault_of_write(ssize_t *result)
 	if (*result)
 		return true;
 	*result = READ_ONCE(write_count);
+	if (*result > (ssize_t)size)
+		*result = size;
 	return *result >= 0;
 }

@@ -50,19 +50,21 @@ static bool put(const u8 *record)
 	return fits;
 }
 
-static bool take(u8 *record)
+/* How many bytes of a record were taken, 0 when there is none, or an error: then it stays. */
+static ssize_t take(char __user *buffer)
 {
-	bool found;
+	ssize_t result = 0;
 
 	mutex_lock(&ring_lock);
-	found = is_readable();
-	if (found) {
-		memcpy(record, ring[first], STABD_RECORD_BYTES);
+	if (is_readable())
+		result = copy_to_user(buffer, ring[first], STABD_RECORD_BYTES) ? -EFAULT
+									       : STABD_RECORD_BYTES;
+	if (result > 0) {
 		first = (first + 1) % RING_RECORDS;
 		WRITE_ONCE(filled, filled - 1);
 	}
 	mutex_unlock(&ring_lock);
-	return found;
+	return result;
 }
 
 /* Waits for the ring as the file allows it; 0 when it may be ready. */
@@ -98,7 +100,7 @@ static ssize_t on_write(struct file *file, const char __user *buffer, size_t siz
 	int error;
 
 	atomic_inc(&writes);
-	if (stabd_fault_of_write(&result))
+	if (stabd_fault_of_write(size, &result))
 		return result;
 	if (size != sizeof(record))
 		return -EINVAL;
@@ -115,18 +117,18 @@ static ssize_t on_write(struct file *file, const char __user *buffer, size_t siz
 
 static ssize_t on_read(struct file *file, char __user *buffer, size_t size)
 {
-	u8 record[STABD_RECORD_BYTES];
+	ssize_t taken;
 	int error;
 
-	if (size < sizeof(record))
+	if (size < STABD_RECORD_BYTES)
 		return -EINVAL;
-	while (!take(record)) {
+	while ((taken = take(buffer)) == 0) {
 		error = await(file, is_readable);
 		if (error)
 			return error;
 	}
 	wake_up_all(&stabd_node_queue);
-	return copy_to_user(buffer, record, sizeof(record)) ? -EFAULT : sizeof(record);
+	return taken;
 }
 
 static __poll_t ready(void)

@@ -9,7 +9,7 @@
 
 /* faults.c: what an open or a write is to do in place of its work; true when result says that. */
 bool stabd_fault_of_open(int *result);
-bool stabd_fault_of_write(ssize_t *result);
+bool stabd_fault_of_write(size_t size, ssize_t *result);
 
 /* switches.c: kernel.coredump_trim_flag and kernel.coredump_disable. */
 int stabd_add_switches(void);

@@ -77,8 +77,8 @@ static int set_mode(const char *text, const struct kernel_param *param)
 
 	if (error)
 		return error;
-	if (mode > 0666)
-		return -ERANGE;
+	if (mode & ~0666)
+		return -EINVAL;
 	mutex_lock(&switches_lock);
 	remove_switch(changed);
 	changed->mode = mode;

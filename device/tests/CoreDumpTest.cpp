@@ -33,19 +33,29 @@ class CoreDump : public VirtualDeviceTest {
         ASSERT_EQ(0, system(command.c_str()));
     }
 
-    /** How many core files there are, all of them whole by their looks. */
+    /** How many core files there are; each must be whole. */
     static int cores() {
         int count = 0;
         for (const auto& entry : fs::directory_iterator(kCores)) {
-            const std::string content = contentOf(entry.path());
-            Elf64_Ehdr header = {};
-            content.copy(reinterpret_cast<char*>(&header), sizeof(header));
-            EXPECT_EQ(std::string(ELFMAG), content.substr(0, SELFMAG));
-            EXPECT_EQ(ET_CORE, header.e_type);
-            EXPECT_EQ(EM_AARCH64, header.e_machine);
+            expectCore(contentOf(entry.path()));
             ++count;
         }
         return count;
+    }
+
+  private:
+    static void expectCore(const std::string& content) {
+        Elf64_Ehdr header = {};
+        content.copy(reinterpret_cast<char*>(&header), sizeof(header));
+        ASSERT_EQ(std::string(ELFMAG), content.substr(0, SELFMAG));
+        EXPECT_EQ(ET_CORE, header.e_type);
+        EXPECT_EQ(EM_AARCH64, header.e_machine);
+
+        Elf64_Phdr last = {};
+        const size_t offset = header.e_phoff + (header.e_phnum - 1u) * sizeof(last);
+        ASSERT_LE(offset + sizeof(last), content.size());
+        content.copy(reinterpret_cast<char*>(&last), sizeof(last), offset);
+        EXPECT_EQ(last.p_offset + last.p_filesz, content.size());
     }
 };
 

@@ -129,6 +129,7 @@ TEST_F(DriverFault, OfAShortCountIsTakenForSuccess) {
         EXPECT_EQ(1, driver("writes"));
     }
     EXPECT_EQ(std::vector<LogLine>(), logLines());
+    EXPECT_EQ(0u, DriverNode().drain().size());
 }
 
 TEST_F(DriverFault, OfSignalsThatInterruptTheDriverIsTriedAgain) {
@@ -188,6 +189,32 @@ TEST_F(DriverFault, StaysInTheRecordWhenTheDriverComesBackAtOnce) {
 
     notify_extra_log_finish(2);
     expectRecord(2);
+}
+
+TEST_F(DriverFault, OfADriverThatIsUnloadedWhileARecordWaitsForRoomIsLogged) {
+    DriverNode().fill();
+    std::atomic<pid_t> writer = 0;
+    std::thread reporter([&] {
+        writer = gettid();
+        notify_extra_log_finish(1);
+    });
+    ASSERT_TRUE(eventually([&] { return writer != 0; }));
+    awaitSleep(writer);
+
+    unloadDriver();
+    reporter.join();
+
+    EXPECT_EQ(driverError(ENODEV), logLines());
+}
+
+TEST_F(DriverFault, IsNoneForADelayThatEnds) {
+    setDriver("write_delay_ms", "10");
+
+    notify_extra_log_finish(3);
+
+    EXPECT_EQ("1 opens, 1 writes, 1 closes", driverCalls());
+    expectRecord(3);
+    EXPECT_EQ(std::vector<LogLine>(), logLines());
 }
 
 TEST_F(DriverFault, OfADriverThatIsUnloadedWhileARecordWaitsIsLogged) {

@@ -4,12 +4,18 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <pthread.h>
+#include <signal.h>
+#include <string.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "VirtualDeviceTest.h"
+#include "support/Await.h"
 
 namespace {
 
@@ -68,6 +74,28 @@ TEST_F(Driver, TakesAndGivesWholeRecordsOnly) {
     EXPECT_EQ("error 11", take(records_));
 }
 
+TEST_F(Driver, MayBeUsedByAnybody) {
+    EXPECT_EQ(0666, modeOf(kDriverNode));
+    EXPECT_EQ(0666, modeOf("/dev/stabd_records"));
+}
+
+TEST_F(Driver, KeepsARecordThatCannotBeGiven) {
+    put(node_, 'a');
+    void* volatile nowhere = nullptr;
+
+    EXPECT_EQ(-1, read(records_, nowhere, 136));
+    EXPECT_EQ(EFAULT, errno);
+
+    EXPECT_EQ("a", take(records_));
+}
+
+TEST_F(Driver, NeverTakesMoreThanItIsGiven) {
+    setDriver("write_count", "1000");
+
+    EXPECT_EQ(0, put(node_, 'a'));
+    EXPECT_EQ("error 11", take(records_));
+}
+
 TEST_F(Driver, RefusesARecordThatIsNotThere) {
     const void* volatile nowhere = nullptr;  // The compiler does not look into it.
 
@@ -122,8 +150,51 @@ TEST_F(Driver, LetsWritersAndReadersWait) {
         ASSERT_EQ(static_cast<char>('a' + i % 26), taken[i]) << i;
 }
 
+TEST_F(Driver, LetsAReaderGoWithASignalOrWithItself) {
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGUSR1, &action, nullptr);
+    for (const bool isSignal : {true, false}) {
+        std::atomic<pid_t> thread = 0;
+        std::string taken;
+        const int records = open("/dev/stabd_records", O_RDONLY | O_CLOEXEC);
+        std::thread reader([&] {
+            thread = gettid();
+            taken = take(records);
+        });
+        ASSERT_TRUE(eventually([&] { return thread != 0; }));
+        awaitSleep(thread);
+
+        if (isSignal) pthread_kill(reader.native_handle(), SIGUSR1);
+        if (!isSignal) unloadDriver();
+        reader.join();
+
+        EXPECT_EQ(isSignal ? "error 4" : "error 19", taken);
+        close(records);
+    }
+}
+
+TEST_F(Driver, WakesWhoPollsForARecord) {
+    std::atomic<pid_t> thread = 0;
+    std::thread poller([&] {
+        thread = gettid();
+        EXPECT_EQ(POLLIN, eventsOf(records_, 30000));
+    });
+    ASSERT_TRUE(eventually([&] { return thread != 0; }));
+    awaitSleep(thread);
+
+    put(node_, 'a');
+    poller.join();
+}
+
 TEST_F(Driver, LeavesItsOpenFilesWithoutADevice) {
-    std::thread poller([this] { EXPECT_EQ(POLLHUP | POLLERR, eventsOf(records_, 30000)); });
+    std::atomic<pid_t> thread = 0;
+    std::thread poller([&] {
+        thread = gettid();
+        EXPECT_EQ(POLLHUP | POLLERR, eventsOf(records_, 30000));
+    });
+    ASSERT_TRUE(eventually([&] { return thread != 0; }));
+    awaitSleep(thread);
     unloadDriver();
     poller.join();
 
@@ -138,6 +209,7 @@ TEST_F(Driver, LeavesItsOpenFilesWithoutADevice) {
 }
 
 TEST_F(Driver, CannotBeToldAFaultThatThereIsNot) {
+    EXPECT_EQ("0644\n", contentOf("/sys/module/stabd/parameters/disable_mode"));
     for (const char* parameter : {"write_errno", "write_eintr", "disable_mode"}) {
         const std::string path = std::string("/sys/module/stabd/parameters/") + parameter;
         const int file = open(path.c_str(), O_WRONLY | O_CLOEXEC);
@@ -145,6 +217,14 @@ TEST_F(Driver, CannotBeToldAFaultThatThereIsNot) {
             EXPECT_EQ(-1, write(file, value, std::string(value).size())) << path << ' ' << value;
         close(file);
     }
+    for (const auto& [parameter, value] :
+         {std::pair("write_errno", "134"), {"disable_mode", "0111"}, {"disable_mode", "01666"}}) {
+        const std::string path = std::string("/sys/module/stabd/parameters/") + parameter;
+        const int file = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+        EXPECT_EQ(-1, write(file, value, strlen(value))) << path << ' ' << value;
+        close(file);
+    }
+    EXPECT_EQ(0644, modeOf(kCoredumpDisableNode));
 }
 
 }  // namespace

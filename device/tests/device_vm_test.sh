@@ -21,6 +21,8 @@ expect_failure() { # expect_failure CODE PATTERN COMMAND...: the pattern is for 
 # Runs a command that cannot write but to the test's folder, has no network, and finds other things in
 # the place of some.
 apart() {
+  # As an ordinary user has it.
+  PATH=/usr/local/bin:/usr/bin:/bin \
   bwrap --ro-bind / / --dev-bind /dev /dev --proc /proc --bind "$work" "$work" --unshare-net \
     --setenv TMPDIR "$work/tmp" "$@"
 }
@@ -76,6 +78,14 @@ expect 'what was left before is there still' content "$(<"$work/root/data/left")
 expect 'the first line of many' $'y\n0' \
   "$(vm sh -c 'yes | head -n 100000' | head -n 1; echo "${PIPESTATUS[0]}")"
 expect_failure 115 'Kernel panic - not syncing: sysrq triggered crash' vm sh -c 'echo c >/proc/sysrq-trigger'
+# The driver may come and go under a command: its records are kept.
+expect 'driver records after the driver was loaded anew' 1 "$(vm sh -c "rmmod stabd; insmod /device/stabd.ko
+  '$build/examples/system_killed' 4 1 2>/dev/null; until [ -s /dev/stabd.records ]; do :; done
+  '$build/host/devicectl' driver" | grep -c ^driver)"
+expect 'output that is not taken at once' 100000 "$(vm seq 100000 | (timeout 15 tail -f /dev/null; wc -l))"
+to_full_disk() { "$@" >/dev/full; }
+expect_failure 114 "cannot write the command's output" to_full_disk vm --fresh echo hello
+expect_failure 117 'the device could not send what it left; *' vm rm -r /dev/__properties__
 expect_failure 116 'the device was not done after 10 s' vm --timeout 10 tail -f /dev/null
 expect_failure 117 'the emulator ended with 0 before the device was done*' vm poweroff -f
 

@@ -11,6 +11,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <utility>
+
 #include "records/DriverRecords.h"
 
 using android::base::unique_fd;
@@ -19,6 +21,7 @@ namespace {
 
 constexpr int kCannotStart = 127;
 constexpr int kSignalBase = 128;
+constexpr int kReopenMs = 100;  // Between attempts to open a node that is not there.
 
 [[noreturn]] void execCommand(char** command, pid_t parent) {
     // Nobody would collect the driver's records any more.
@@ -31,18 +34,26 @@ constexpr int kSignalBase = 128;
     _exit(kCannotStart);
 }
 
+/** Takes what waits; a driver that is gone may come back, with a node that has to be opened anew. */
+void serveNode(unique_fd& node, short events, bool& stored) {
+    if ((events & (POLLHUP | POLLERR)) != 0) node.reset();
+    if (!node.ok()) node.reset(openDriverNode());
+    if (!node.ok() || collectDriverRecords(node.get()) || !stored) return;
+    fputs("devicectl: driver records are lost: cannot write /dev/stabd.records\n", stderr);
+    stored = false;
+}
+
 /** Collects driver records until the child has ended, and those that it left. */
-void serveDriver(int node, pid_t child) {
+void serveDriver(unique_fd node, pid_t child) {
     const unique_fd ended(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
     if (!ended.ok()) return perror("devicectl: driver records are not kept");
-    pollfd waits[] = {{ended.get(), POLLIN, 0}, {node, POLLIN, 0}};
     bool stored = true;
-    while ((waits[0].revents & POLLIN) == 0) {
-        if (poll(waits, 2, -1) < 0) continue;  // EINTR
-        if (!collectDriverRecords(node) && stored) {
-            fputs("devicectl: driver records are lost: cannot write /dev/stabd.records\n", stderr);
-            stored = false;
-        }
+    bool running = true;
+    while (running) {
+        pollfd waits[] = {{ended.get(), POLLIN, 0}, {node.get(), POLLIN, 0}};
+        if (poll(waits, 2, node.ok() ? -1 : kReopenMs) < 0) continue;  // EINTR
+        running = (waits[0].revents & POLLIN) == 0;
+        serveNode(node, waits[1].revents, stored);
     }
 }
 
@@ -52,7 +63,7 @@ int runCommand(char** command) {
     // As a shell does: the terminal's interrupt is for the command.
     signal(SIGINT, SIG_IGN);
     signal(SIGQUIT, SIG_IGN);
-    const unique_fd node(openDriverNode());
+    unique_fd node(openDriverNode());
     const pid_t parent = getpid();
     const pid_t child = fork();
     if (child == 0) execCommand(command, parent);
@@ -61,7 +72,7 @@ int runCommand(char** command) {
         return kCannotStart;
     }
 
-    if (node.ok()) serveDriver(node.get(), child);
+    if (node.ok()) serveDriver(std::move(node), child);
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }

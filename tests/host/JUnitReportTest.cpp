@@ -40,7 +40,7 @@ TEST(JUnitReport, HasAnyOutputAsText) {
     report.add("S.T", 0, std::string("<a b=\"c\"> & \t\xc3\xa4\x01\0", 17));
 
     const std::string expected =
-        ">&lt;a b=&quot;c&quot;> &amp; \t" + std::string(4, '?') + "</failure>";
+        ">&lt;a b=&quot;c&quot;&gt; &amp; \t" + std::string(4, '?') + "</failure>";
     EXPECT_NE(std::string::npos, written(report).find(expected)) << written(report);
 }
 

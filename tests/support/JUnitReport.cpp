@@ -18,6 +18,9 @@ std::string escape(std::string_view text) {
             case '<':
                 escaped += "&lt;";
                 break;
+            case '>':
+                escaped += "&gt;";
+                break;
             case '"':
                 escaped += "&quot;";
                 break;

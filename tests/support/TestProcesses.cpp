@@ -41,7 +41,8 @@ std::vector<std::string> testNames() {
     dup2(output, STDERR_FILENO);
     close(output);
     testing::GTEST_FLAG(filter) = name;
-    exit(RUN_ALL_TESTS());
+    const int result = RUN_ALL_TESTS();
+    exit(testing::UnitTest::GetInstance()->test_to_run_count() == 1 ? result : EXIT_FAILURE);
 }
 
 /** Waits for a child and says how it ended, nothing when that is well. */
