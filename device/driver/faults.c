@@ -42,10 +42,9 @@ static ssize_t delay_write(void)
 	return left > 0 ? -ENODEV : left;
 }
 
-bool stabd_fault_of_open(int *result)
+int stabd_fault_of_open(void)
 {
-	*result = -(int)READ_ONCE(open_errno);
-	return *result;
+	return -(int)READ_ONCE(open_errno);
 }
 
 bool stabd_fault_of_write(size_t size, ssize_t *result)

@@ -82,10 +82,8 @@ static int await(const struct file *file, bool (*is_ready)(void))
 
 static int on_open(void)
 {
-	int result;
-
 	atomic_inc(&opens);
-	return stabd_fault_of_open(&result) ? result : 0;
+	return stabd_fault_of_open();
 }
 
 static void on_release(void)

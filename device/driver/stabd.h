@@ -7,8 +7,11 @@
 
 #define STABD_RECORD_BYTES 136
 
-/* faults.c: what an open or a write is to do in place of its work; true when result says that. */
-bool stabd_fault_of_open(int *result);
+/*
+ * faults.c: the error of an open, or 0; what a write is to answer in place of its work, when it is
+ * true that there is something.
+ */
+int stabd_fault_of_open(void);
 bool stabd_fault_of_write(size_t size, ssize_t *result);
 
 /* switches.c: kernel.coredump_trim_flag and kernel.coredump_disable. */
