@@ -6,13 +6,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <utility>
+
 #include "LockedFile.h"
 
 using android::base::unique_fd;
 
 namespace {
 
-constexpr char kNode[] = "/dev/stabd_records";
 constexpr char kRecordsFile[] = "/dev/stabd.records";
 constexpr size_t kRecordsPerRead = 64;
 
@@ -31,10 +32,10 @@ bool moveRecords(int node, int file) {
 
 int openDriverNode() {
     struct stat status;
-    if (stat(kNode, &status) != 0) return -1;
+    if (stat(kDriverRecordsNode, &status) != 0) return -1;
     if (!S_ISFIFO(status.st_mode) && !S_ISCHR(status.st_mode)) return -1;
     // For writing too: a FIFO without a writer would always be ready to read its end.
-    return open(kNode, O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    return open(kDriverRecordsNode, O_RDWR | O_NONBLOCK | O_CLOEXEC);
 }
 
 bool collectDriverRecords(int node) {
@@ -44,15 +45,37 @@ bool collectDriverRecords(int node) {
     return moveRecords(node, file.get());
 }
 
-std::vector<stab_notify_record> listDriverRecords() {
+bool DriverRecordReader::readNext(stab_notify_record* record) {
+    const ssize_t size = pread(file_.get(), record, sizeof(*record), static_cast<off_t>(offset_));
+    if (size != static_cast<ssize_t>(sizeof(*record))) return false;
+    offset_ += sizeof(*record);
+    hasRestarted_ = std::exchange(isRestart_, false);
+    return true;
+}
+
+void DriverRecordReader::refresh() {
     const unique_fd node(openDriverNode());
     if (node.ok()) collectDriverRecords(node.get());
+    unique_fd file(open(kRecordsFile, O_RDONLY | O_CLOEXEC));
+    const bool isSame = isSameFile(file.get(), file_.get());
+    file_ = std::move(file);
+    if (isSame) return;
+    offset_ = 0;
+    isRestart_ = true;
+}
 
-    const unique_fd file(open(kRecordsFile, O_RDONLY | O_CLOEXEC));
-    std::vector<stab_notify_record> records;
+std::optional<stab_notify_record> DriverRecordReader::next() {
     stab_notify_record record;
-    while (read(file.get(), &record, sizeof(record)) == static_cast<ssize_t>(sizeof(record))) {
-        records.push_back(record);
-    }
+    if (readNext(&record)) return record;
+    refresh();
+    if (readNext(&record)) return record;
+    return {};
+}
+
+std::vector<stab_notify_record> listDriverRecords() {
+    DriverRecordReader reader;
+    std::vector<stab_notify_record> records;
+    while (const auto record = reader.next())
+        records.push_back(*record);
     return records;
 }

@@ -8,14 +8,13 @@
 #include <sys/uio.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "LockedFile.h"
 
 using android::base::unique_fd;
 
 namespace {
-
-constexpr char kBufferFile[] = "/dev/sysevents_buf";
 
 // The file: the offset at which the next record goes, then the records, each a header and its
 // payload. A writer moves that offset last, so a record that is cut off half-way is never seen, and
@@ -37,25 +36,23 @@ uint64_t readEnd(int file) {
     return marked ? end : sizeof(end);
 }
 
-/** The bytes between the end mark and the end that it names. */
-std::string readRecords(int file) {
-    std::string bytes(readEnd(file) - sizeof(uint64_t), '\0');
+/** Reads as much as there is at that offset; returns how much. */
+size_t readAt(int file, uint64_t offset, char* bytes, size_t size) {
     size_t filled = 0;
-    while (filled < bytes.size()) {
-        const ssize_t count = pread(file, bytes.data() + filled, bytes.size() - filled,
-                                    static_cast<off_t>(sizeof(uint64_t) + filled));
+    while (filled < size) {
+        const ssize_t count =
+            pread(file, bytes + filled, size - filled, static_cast<off_t>(offset + filled));
         if (count <= 0) break;
         filled += static_cast<size_t>(count);
     }
-    bytes.resize(filled);
-    return bytes;
+    return filled;
 }
 
 }  // namespace
 
 int appendToEventBuffer(EventOperation operation, int64_t timeMs, int32_t eventId,
                         std::string_view payload) {
-    const unique_fd file = openLocked(kBufferFile, O_RDWR, LOCK_EX);
+    const unique_fd file = openLocked(kEventBufferFile, O_RDWR, LOCK_EX);
     if (!file.ok()) return -errno;
 
     const RecordHeader header = {timeMs, static_cast<uint32_t>(operation), eventId, payload.size()};
@@ -70,20 +67,38 @@ int appendToEventBuffer(EventOperation operation, int64_t timeMs, int32_t eventI
     return pwrite(file.get(), &end, sizeof(end), 0) == sizeof(end) ? 0 : -EIO;
 }
 
-std::vector<BufferedEvent> readEventBuffer() {
-    const unique_fd file = openLocked(kBufferFile, O_RDONLY, LOCK_SH);
-    if (!file.ok()) return {};
+void EventBufferReader::refresh() {
+    unique_fd file = openLocked(kEventBufferFile, O_RDONLY, LOCK_SH);
+    const bool isSame = isSameFile(file.get(), file_.get());
+    file_ = std::move(file);
+    end_ = file_.ok() ? readEnd(file_.get()) : 0;
+    flock(file_.get(), LOCK_UN);  // What is before the end stays; writers do not wait for the reader.
+    if (isSame && end_ >= offset_) return;
+    offset_ = sizeof(end_);
+    isRestart_ = true;
+}
 
-    const std::string bytes = readRecords(file.get());
-    std::string_view rest = bytes;
-    std::vector<BufferedEvent> events;
+std::optional<BufferedEvent> EventBufferReader::next() {
+    if (offset_ >= end_) refresh();
     RecordHeader header;
-    while (rest.size() >= sizeof(header)) {
-        rest.copy(reinterpret_cast<char*>(&header), sizeof(header));
-        rest.remove_prefix(sizeof(header));
-        events.push_back({static_cast<EventOperation>(header.operation), header.timeMs,
-                          header.eventId, std::string(rest.substr(0, header.payloadBytes))});
-        rest.remove_prefix(std::min<uint64_t>(rest.size(), header.payloadBytes));
-    }
+    if (offset_ + sizeof(header) > end_ ||
+        readAt(file_.get(), offset_, reinterpret_cast<char*>(&header), sizeof(header)) <
+            sizeof(header))
+        return {};
+
+    offset_ += sizeof(header);
+    std::string payload(std::min(header.payloadBytes, end_ - offset_), '\0');
+    payload.resize(readAt(file_.get(), offset_, payload.data(), payload.size()));
+    offset_ += payload.size();
+    hasRestarted_ = std::exchange(isRestart_, false);
+    return BufferedEvent{static_cast<EventOperation>(header.operation), header.timeMs,
+                         header.eventId, std::move(payload)};
+}
+
+std::vector<BufferedEvent> readEventBuffer() {
+    EventBufferReader reader;
+    std::vector<BufferedEvent> events;
+    while (auto event = reader.next())
+        events.push_back(std::move(*event));
     return events;
 }

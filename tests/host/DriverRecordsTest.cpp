@@ -48,6 +48,37 @@ TEST(DriverRecords, AreNotLostWhenTheyAreMoreThanTheNodeHolds) {
     EXPECT_EQ(std::vector<int>(kThreads, kReports), next);
 }
 
+TEST(DriverRecords, AreReadOnFromTheLatestOne) {
+    DriverRecordReader reader;
+    while (reader.next()) {
+    }
+    notify_extra_log_finish(1);
+    EXPECT_EQ(1, reader.next()->pid);
+    EXPECT_FALSE(reader.next());
+
+    notify_extra_log_finish(2);
+    notify_extra_log_finish(3);
+
+    EXPECT_EQ(2, reader.next()->pid);
+    EXPECT_EQ(3, reader.next()->pid);
+    EXPECT_FALSE(reader.hasRestarted());
+}
+
+TEST(DriverRecords, AreReadFromTheStartAfterAReboot) {
+    DriverRecordReader reader;
+    notify_extra_log_finish(1);
+    while (reader.next()) {
+    }
+    ASSERT_EQ(0, rename("/dev/stabd.records", "/dev/stabd.records.away"));
+    EXPECT_FALSE(reader.next());
+
+    notify_extra_log_finish(2);
+
+    EXPECT_EQ(2, reader.next()->pid);
+    EXPECT_TRUE(reader.hasRestarted());
+    rename("/dev/stabd.records.away", "/dev/stabd.records");
+}
+
 TEST(DriverRecords, StayListedWhenTheNodeIsGone) {
     notify_extra_log_finish(1);
     const size_t before = listDriverRecords().size();

@@ -71,6 +71,48 @@ TEST_F(EventBuffer, TakesEmptyAndLargeRecords) {
     EXPECT_EQ("after", events[2].payload);
 }
 
+TEST_F(EventBuffer, IsReadOnFromTheLatestRecord) {
+    EventBufferReader reader;
+    EXPECT_FALSE(reader.next());
+
+    add(1, "one");
+    add(2, "two");
+
+    EXPECT_EQ("one", reader.next()->payload);
+    add(3, "three");
+    EXPECT_EQ("two", reader.next()->payload);
+    EXPECT_EQ("three", reader.next()->payload);
+    EXPECT_FALSE(reader.hasRestarted());
+    EXPECT_FALSE(reader.next());
+}
+
+TEST_F(EventBuffer, IsReadFromTheStartAfterAReboot) {
+    EventBufferReader reader;
+    add(1, "before");
+    EXPECT_EQ("before", reader.next()->payload);
+
+    unlink("/dev/sysevents_buf");
+    std::ofstream("/dev/sysevents_buf").flush();
+    EXPECT_FALSE(reader.next());
+    add(2, "after, and longer");
+
+    EXPECT_EQ("after, and longer", reader.next()->payload);
+    EXPECT_TRUE(reader.hasRestarted());
+}
+
+TEST_F(EventBuffer, IsReadFromTheStartWhenItWasEmptied) {
+    EventBufferReader reader;
+    add(1, "before");
+    EXPECT_EQ("before", reader.next()->payload);
+
+    std::ofstream("/dev/sysevents_buf", std::ios::trunc).flush();
+    EXPECT_FALSE(reader.next());
+    add(2, "x");
+
+    EXPECT_EQ("x", reader.next()->payload);
+    EXPECT_TRUE(reader.hasRestarted());
+}
+
 TEST_F(EventBuffer, RefusesBadInput) {
     const unsigned char byte = 0;
 
