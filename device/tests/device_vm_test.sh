@@ -84,7 +84,7 @@ expect_failure 115 'Kernel panic - not syncing: sysrq triggered crash' vm sh -c 
 # The driver may come and go under a command: its records are kept.
 expect 'driver records after the driver was loaded anew' 1 "$(vm sh -c "rmmod stabd; insmod /device/stabd.ko
   '$build/examples/system_killed' 4 1 2>/dev/null; until [ -s /dev/stabd.records ]; do :; done
-  '$build/host/devicectl' driver" | grep -c ^driver)"
+  '$build/wardlinectl' driver" | grep -c ^driver)"
 await_status() { # Looks again and again, ten times a second, whether the device has told its exit code.
   local never
   mkfifo "$work/never"

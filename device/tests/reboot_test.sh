@@ -11,6 +11,7 @@ trap 'rm -rf "$work"' EXIT
 boot() { # boot COMMANDS: runs them in a device that boots for them
   "$script" --build "$build" --root "$work/root" bash -c "
     devicectl() { '$build/host/devicectl' \"\$@\"; }
+    wardlinectl() { '$build/wardlinectl' \"\$@\"; }
     example() { '$build/examples/'\"\$@\" >/dev/null 2>&1; }
     crash() { example crash_handler '$build/run' --as \"\$1\" '$build/examples/victim' segv; }
     switch=/proc/sys/kernel/coredump
@@ -32,7 +33,7 @@ latches: 1 4
   devicectl setprop ro.os.ota.version V1
   example event_file 2
   echo {} >/data/syslog/settings/stab_cloud_config.json
-  echo $(devicectl driver | grep -c ^driver) driver records, $(devicectl events | grep -c ^event) events')"
+  echo $(wardlinectl driver | grep -c ^driver) driver records, $(wardlinectl events | grep -c ^event) events')"
 
 expect 'the second boot' '0 0
 latches:
@@ -43,14 +44,14 @@ core dump of the first crash: 0' "$(boot '
   echo $(cat ${switch}_trim_flag ${switch}_disable)
   echo latches: $(devicectl getprop dumpstate.coredump.app) $(devicectl getprop sys.stab.system_killed)
   echo lasting: $(devicectl getprop persist.sys.trainstarttime) $(devicectl getprop ro.os.ota.version)
-  echo $(devicectl files | grep -c ^file) event file, $(ls /data/core | wc -l) core dump, \
+  echo $(wardlinectl files | grep -c ^file) event file, $(ls /data/core | wc -l) core dump, \
     the configuration $(cat /data/syslog/settings/stab_cloud_config.json)
-  echo $(devicectl driver | grep -c ^driver) driver records, $(devicectl events | grep -c ^event) events
+  echo $(wardlinectl driver | grep -c ^driver) driver records, $(wardlinectl events | grep -c ^event) events
   echo 1 >${switch}_trim_flag
   crash app; echo core dump of the first crash: $(cat ${switch}_disable)')"
 
 # What the device left, looked at from the workstation.
-left() { "$(dirname "$script")/device" --build "$build" --root "$work/root" "$build/run" "$build/host/devicectl" "$1"; }
+left() { "$(dirname "$script")/device" --build "$build" --root "$work/root" "$build/run" "$build/wardlinectl" "$1"; }
 expect 'driver records that were left' 1 "$(left driver | grep -c ^driver)"
 expect 'events that were left' 1 "$(left events | grep -c ^event)"
 expect 'event files that were left' 1 "$(left files | grep -c ^file)"

@@ -8,15 +8,16 @@ build=$1
 . "$(dirname "$0")/show.sh"
 kernel=/proc/sys/kernel
 
+# The kernel's switch has the decision; whether the name may dump core again is what is shown.
 show_coredump_decision() { # show_coredump_decision NAME EXPECTED-SWITCH
   local disable verdict=refused
   disable=$(cat "$kernel/coredump_disable")
   [ "$disable" = "$2" ] || fail "coredump_disable is $disable, expected $2"
   [ "$disable" = 1 ] || verdict=allowed
-  section "core dump $verdict"
-  echo "coredump_trim_flag = $(cat "$kernel/coredump_trim_flag")"
-  echo "coredump_disable = $disable"
-  show_property "dumpstate.coredump.${1//\//-}"
+  section "core dump $verdict; what is decided the next time"
+  text=$(wardlinectl coredump "$1")
+  echo "$text"
+  expect '^  policy word   1: one core dump for each name$' 'is "1"$' '^  decision      refused$'
 }
 
 show_records() { # show_records EXPECTED-COUNT
@@ -25,9 +26,10 @@ show_records() { # show_records EXPECTED-COUNT
 }
 
 show_latch() { # show_latch EXPECTED-VALUE
-  section "system-killed latch"
-  show_property sys.stab.system_killed
-  [ "$(devicectl getprop sys.stab.system_killed)" = "$1" ] || fail "the latch should be '$1'"
+  section "system-killed latch, and what cause 5 would do now"
+  text=$(wardlinectl notify killed --type 5 --pid 1000 --dry-run)
+  echo "$text"
+  expect "^the latch sys.stab.system_killed is $1\$"
 }
 
 crash() { # crash NAME WAY EXPECTED-SWITCH EXPECTED-LATCH
@@ -47,10 +49,10 @@ tour "Native crashes, and kills of system_server and zygote"
 echo 1 >"$kernel/coredump_trim_flag"
 
 title "1. A program reads through a bad pointer. One core dump for each name: this one is allowed"
-crash /vendor/bin/victim segv 0 ""
+crash /vendor/bin/victim segv 0 unset
 
 title "2. The same program crashes again. Its core dump is used up: refused"
-crash /vendor/bin/victim segv 1 ""
+crash /vendor/bin/victim segv 1 unset
 
 title "3. system_server is aborted with the kernel's signal code, 128 (bit 10 of the flags)"
 crash system_server abort-by-kernel 0 2
@@ -59,10 +61,10 @@ title "4. system_server was killed, cause 4. The latch holds the crash already: 
 killed 4 0 2
 
 title "5. Cause 6 clears the latch"
-killed 6 0 0
+killed 6 0 unset
 
 title "6. Cause 6 again, with the latch clear: zygote is reported"
-killed 6 1 0
+killed 6 1 unset
 
 title "7. Cause 4 with the latch clear: system_server is reported, the latch set"
 killed 4 1 4

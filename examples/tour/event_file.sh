@@ -9,9 +9,10 @@ directory=/data/syslog/monitor/stabevent
 
 show_file() {
   section "stability event file"
-  text=$(devicectl files)
+  text=$(wardlinectl files --hex)
   echo "${text:-none}"
   [ "$(grep -c '^file' <<<"$text" || true)" = 1 ] || fail "expected one file"
+  text+=$'\n'$(wardlinectl files --json)
 }
 
 tour "Stability event files"
@@ -22,9 +23,10 @@ with_log example event_file 2 reason=first
 section "directory"
 stat --format '%n: mode %a' "$directory"
 show_file
-expect '^file "\.train_stabevent_1\.00_V1\.2_--_[0-9]\{12\}_[0-9]*": [0-9]* bytes, mode 777$' \
-  'OTA version   "V1.2"$' 'train start   "--"$' 'event_type    2$' '"reason" = "first"$' \
-  '"cmdline" = ".*event_file 2 reason=first"$'
+expect '^file: [0-9]* bytes, mode 777$' 'file_name     "\.train_stabevent_1\.00_V1\.2_--_[0-9]*_[0-9]*"$' \
+  'ota_version   "V1.2"$' 'train_start   "--" (unset)$' 'datetime      "[0-9]\{12\}" (UTC.*)$' \
+  'event_type    2$' '"reason" = "first"$' \
+  '"key":"cmdline","value":"[^"]*event_file 2 reason=first"'
 
 title "2. It files another one. The directory exists: the call logs that and files nothing"
 with_log example event_file 2 reason=second
@@ -38,4 +40,4 @@ rm -r "$directory"
 devicectl setprop persist.sys.trainstarttime 1763640000
 with_log example event_file 2 reason=third
 show_file
-expect 'train start   "1763640000"$' '"reason" = "third"$'
+expect 'train_start   "1763640000"$' '"reason" = "third"$'

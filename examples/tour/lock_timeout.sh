@@ -13,4 +13,4 @@ with_log example lock_timeout 50
 expect ' D libwardline: reportArtLockTimeout : long lock wait, timestamp: [0-9]*, wati_time: [0-9]*, '
 show_new "event buffer" events 1
 expect '^event [0-9]*: id 39, [^,]*, [0-9]* bytes$' 'owner_desc    "thread holder"$' \
-  'extra2        ".*lock_timeout 50"$'
+  '"extra2":"[^"]*lock_timeout 50"'

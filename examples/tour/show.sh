@@ -11,6 +11,7 @@ fail() {
 }
 trap 'fail "a step failed: $BASH_COMMAND"' ERR
 
+wardlinectl() { "$build/run" "$build/wardlinectl" "$@"; }
 devicectl() { "$build/run" "$build/host/devicectl" "$@"; }
 example() { "$build/run" "$build/examples/$1" "${@:2}"; }
 
@@ -18,7 +19,7 @@ tour() { printf '\n######## %s\n' "$1"; }
 title() { printf '\n==== %s\n' "$1"; }
 section() { printf '\n%s\n' "-- $1"; }
 
-count_records() { devicectl "$1" | grep -c '^[a-z]' || true; }
+count_records() { wardlinectl "$1" | grep -c '^[a-z]' || true; }
 shown[driver]=$(count_records driver)
 shown[events]=$(count_records events)
 
@@ -29,13 +30,15 @@ with_log() {
   echo "${text:-none}"
 }
 
-# Shows the records of a kind, driver or events, that are new since the last call; they stay in $text.
+# Shows the records of a kind, driver or events, that are new since the last call; they stay in $text,
+# in JSON too, where no text is broken over lines.
 show_new() { # show_new HEADING KIND EXPECTED-COUNT
   section "$1"
-  text=$(devicectl "$2" "${shown[$2]}")
+  text=$(wardlinectl "$2" --hex --from "${shown[$2]}")
   [ "$(grep -c '^[a-z]' <<<"$text" || true)" = "$3" ] ||
-    fail "expected $3 new records from devicectl $2, got: $text"
+    fail "expected $3 new records from wardlinectl $2, got: $text"
   echo "${text:-none}"
+  text+=$'\n'$(wardlinectl "$2" --json --from "${shown[$2]}")
   shown[$2]=$((shown[$2] + $3))
 }
 
@@ -45,10 +48,4 @@ expect() { # expect PATTERN...
   for pattern in "$@"; do
     grep -q -- "$pattern" <<<"$text" || fail "no '$pattern' in: $text"
   done
-}
-
-show_property() {
-  local value
-  value=$(devicectl getprop "$1")
-  echo "$1 = ${value:-(unset)}"
 }

@@ -72,7 +72,7 @@ void EventBufferReader::refresh() {
     const bool isSame = isSameFile(file.get(), file_.get());
     file_ = std::move(file);
     end_ = file_.ok() ? readEnd(file_.get()) : 0;
-    flock(file_.get(), LOCK_UN);  // What is before the end stays; writers do not wait for the reader.
+    flock(file_.get(), LOCK_UN);  // What is before the end stays: writers need not wait.
     if (isSame && end_ >= offset_) return;
     offset_ = sizeof(end_);
     isRestart_ = true;

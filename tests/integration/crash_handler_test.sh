@@ -10,7 +10,7 @@ fail() {
 }
 
 handler() { "$build/run" "$build/examples/crash_handler" "$@" 2>/dev/null; }
-driver() { "$build/run" "$build/host/devicectl" driver "$records"; }
+driver() { "$build/run" "$build/wardlinectl" driver --from "$records"; }
 
 crash() { # crash NAME WAY PATTERN...: each pattern must be in the handler's words or in the record
   local name=$1 way=$2 shown
@@ -25,7 +25,7 @@ crash() { # crash NAME WAY PATTERN...: each pattern must be in the handler's wor
 
 records=0
 crash /system/bin/a segv '^/system/bin/a crashed: pid [0-9]*, signal 11, code 1, fault address 0xdead0$' \
-  'process_name  "/system/bin/a"' 'flags         0x20003611f' \
+  'process_name  "/system/bin/a"' 'flags         0x20003611f: bits 0 1 2 3 4 8 13 14 16 17 33' \
   'detail        "code 1, fault address 0xdead0"'
 crash b abort 'signal 6, code -6$' 'process_name  "b"' 'flags         0x3611f' 'detail        "code -6"'
 crash system_server abort-by-kernel 'signal 6, code 128$' 'flags         0x3651f'

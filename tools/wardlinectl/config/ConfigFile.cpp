@@ -1,0 +1,239 @@
+#include "config/ConfigFile.h"
+
+#include <android-base/unique_fd.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/file.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <optional>
+
+using android::base::unique_fd;
+
+namespace {
+
+constexpr char kDirectory[] = "/data/syslog/settings";
+constexpr char kName[] = "stab_cloud_config.json";
+// What the latest delivery replaced.
+constexpr char kPrevious[] = "stab_cloud_config.json.previous";
+// What the delivery that is going on replaces. It is left by one that was ended: whether that one had
+// come to its write is told by the file itself.
+constexpr char kReplaced[] = "stab_cloud_config.json.replaced";
+constexpr char kScratch[] = "stab_cloud_config.json.tmp";
+constexpr mode_t kMode = 0644;
+
+std::string errorOf(const std::string& what) {
+    return what + ": " + strerror(errno);
+}
+
+bool writeAll(int file, const std::string& content) {
+    size_t written = 0;
+    while (written < content.size()) {
+        const ssize_t size =
+            TEMP_FAILURE_RETRY(write(file, content.data() + written, content.size() - written));
+        if (size <= 0) return false;
+        written += static_cast<size_t>(size);
+    }
+    return true;
+}
+
+std::optional<std::string> readAll(int file) {
+    std::string content;
+    char bytes[65536];
+    ssize_t size = 0;
+    while ((size = TEMP_FAILURE_RETRY(read(file, bytes, sizeof(bytes)))) > 0)
+        content.append(bytes, static_cast<size_t>(size));
+    if (size < 0) return {};
+    return content;
+}
+
+/** Lets no signal but SIGKILL come between the pages of a write. */
+class SignalsBlocked {
+  public:
+    SignalsBlocked() {
+        sigset_t all;
+        sigfillset(&all);
+        sigprocmask(SIG_BLOCK, &all, &before_);
+    }
+    ~SignalsBlocked() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+  private:
+    sigset_t before_;
+};
+
+class ConfigFile {
+  public:
+    /** Other deliveries wait until this one is over. */
+    bool open(std::string* error) {
+        directory_.reset(::open(kDirectory, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        const bool isLocked =
+            directory_.ok() && TEMP_FAILURE_RETRY(flock(directory_.get(), LOCK_EX)) == 0;
+        if (!isLocked) *error = errorOf(kDirectory);
+        return isLocked && settle(error);
+    }
+
+    Delivery deliver(const std::string& text) {
+        Delivery delivery;
+        delivery.wasMissing = !exists(kName);
+        const bool isThere = !delivery.wasMissing || create(text, &delivery.error);
+        if (!isThere) return delivery;
+        replace(text, &delivery);
+        return delivery;
+    }
+
+    std::optional<std::string> readPrevious() { return readFile(kPrevious); }
+
+  private:
+    bool exists(const char* name) const {
+        return faccessat(directory_.get(), name, F_OK, 0) == 0 || errno != ENOENT;
+    }
+
+    std::optional<std::string> readFile(const char* name) const {
+        const unique_fd file(openat(directory_.get(), name, O_RDONLY | O_CLOEXEC));
+        if (!file.ok()) return {};
+        return readAll(file.get());
+    }
+
+    /** Brings what an earlier delivery left, that was ended, to its end. */
+    bool settle(std::string* error) {
+        const std::optional<std::string> replaced = readFile(kReplaced);
+        if (!replaced) {
+            if (errno != ENOENT) *error = errorOf(kReplaced);
+            return errno == ENOENT;
+        }
+        if (replaced == readFile(kName)) return remove(kReplaced, error);
+        return rename(kReplaced, kPrevious, error);
+    }
+
+    bool remove(const char* name, std::string* error) {
+        const bool isGone = unlinkat(directory_.get(), name, 0) == 0 || errno == ENOENT;
+        if (!isGone) *error = errorOf(name);
+        return isGone;
+    }
+
+    bool rename(const char* from, const char* to, std::string* error) {
+        const bool isDone = renameat(directory_.get(), from, directory_.get(), to) == 0;
+        if (!isDone) *error = errorOf(to);
+        return isDone;
+    }
+
+    /** Makes a file that is whole on the disk. It may be one of another name that was left. */
+    bool writeScratch(const std::string& content, mode_t mode, std::string* error) {
+        if (!remove(kScratch, error)) return false;
+        const unique_fd file(
+            openat(directory_.get(), kScratch, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+        if (file.ok() && fchmod(file.get(), mode) == 0 && writeAll(file.get(), content) &&
+            fsync(file.get()) == 0)
+            return true;
+        *error = errorOf(kScratch);
+        if (file.ok()) unlinkat(directory_.get(), kScratch, 0);
+        return false;
+    }
+
+    /** Nobody notices a file that comes by a rename, and nobody finds it half-written. */
+    bool create(const std::string& text, std::string* error) {
+        if (!writeScratch(text, kMode, error)) return false;
+        if (renameat2(directory_.get(), kScratch, directory_.get(), kName, RENAME_NOREPLACE) == 0)
+            return true;
+        if (errno == EEXIST) return true;  // It is replaced now, and its content kept.
+        *error = errorOf(kConfigPath);
+        return false;
+    }
+
+    void replace(const std::string& text, Delivery* delivery) {
+        std::string* const error = &delivery->error;
+        const unique_fd file(openat(directory_.get(), kName, O_RDWR | O_CLOEXEC));
+        struct stat status = {};
+        const bool isOpen = file.ok() && fstat(file.get(), &status) == 0;
+        const std::optional<std::string> old = isOpen ? readAll(file.get()) : std::nullopt;
+        if (!old) {
+            *error = errorOf(kConfigPath);
+            return;
+        }
+        std::string content = text;
+        content.resize(std::max(text.size(), old->size()), ' ');
+        delivery->paddingBytes = content.size() - text.size();
+        const bool isNew = delivery->wasMissing && *old == text;
+        if (!isNew && !(writeScratch(*old, status.st_mode & 0777, error) &&
+                        rename(kScratch, kReplaced, error)))
+            return;
+        const bool isWritten =
+            isRoomFor(content.size(), error) && writeOnce(file.get(), content, *old, error);
+        if (isNew) return;
+        if (!isWritten) {
+            unlinkat(directory_.get(), kReplaced, 0);
+        } else if (rename(kReplaced, kPrevious, error)) {
+            fsync(directory_.get());
+        }
+    }
+
+    /** A write that comes to its end half-way would end everybody who watches. */
+    bool isRoomFor(size_t size, std::string* error) {
+        rlimit limit = {};
+        struct statvfs space = {};
+        if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur < size) {
+            errno = EFBIG;
+            *error = errorOf(kConfigPath);
+            return false;
+        }
+        // A file system without a limit says that it has no blocks at all.
+        const bool isFull = fstatvfs(directory_.get(), &space) == 0 && space.f_blocks != 0 &&
+                            space.f_bavail <= size / space.f_frsize + 1;
+        if (!isFull) return true;
+        errno = ENOSPC;
+        *error = errorOf(kConfigPath);
+        return false;
+    }
+
+    /** The one modification. */
+    bool writeOnce(int file, const std::string& content, const std::string& old,
+                   std::string* error) {
+        const SignalsBlocked blocked;
+        const ssize_t size = TEMP_FAILURE_RETRY(pwrite(file, content.data(), content.size(), 0));
+        if (size == static_cast<ssize_t>(content.size())) {
+            fsync(file);
+            return true;
+        }
+        if (size >= 0) errno = ENOSPC;
+        *error = errorOf(kConfigPath);
+        // What is there of it must not stay: there is room for as much.
+        std::string before = old;
+        before.resize(static_cast<size_t>(std::max<ssize_t>(size, 0)), ' ');
+        if (!before.empty() &&
+            pwrite(file, before.data(), before.size(), 0) != static_cast<ssize_t>(before.size()))
+            *error += "; the file is damaged now";
+        return false;
+    }
+
+    unique_fd directory_;
+};
+
+}  // namespace
+
+Delivery deliverConfig(const std::string& text) {
+    ConfigFile file;
+    Delivery delivery;
+    if (!file.open(&delivery.error)) return delivery;
+    return file.deliver(text);
+}
+
+bool readPreviousConfig(std::string* text, std::string* error) {
+    ConfigFile file;
+    if (!file.open(error)) return false;
+    const std::optional<std::string> previous = file.readPrevious();
+    if (!previous) {
+        *error = errno == ENOENT ? "there is no earlier configuration" : errorOf(kPrevious);
+        return false;
+    }
+    *text = *previous;
+    return true;
+}

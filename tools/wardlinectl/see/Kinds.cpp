@@ -1,0 +1,125 @@
+#include "see/Kinds.h"
+
+#include <algorithm>
+
+#include "internal/StabNotifyRecord.h"
+#include "proto/wardline_records.pb.h"
+#include "see/DriverRecord.h"
+#include "see/FileName.h"
+
+namespace {
+
+struct KindName {
+    Kind kind;
+    const char* name;
+};
+constexpr KindName kNames[] = {{Kind::kStabEvent, "stab-event"},
+                               {Kind::kMemEvent, "mem-event"},
+                               {Kind::kMemBatch, "mem-batch"},
+                               {Kind::kLockTimeout, "lock-timeout"},
+                               {Kind::kDriver, "driver"}};
+
+const MessageShape kNoMessages;
+const MessageShape kMapEntry = {{}, true};
+const MessageShape kStabEventShape = {{{5, &kMapEntry}}};
+const MessageShape kMemEventShape = {{{11, &kNoMessages}}};
+const MessageShape kMemBatchShape = {{{1, &kMemEventShape}}};
+const MessageShape kLockTimeoutsShape = {{{1, &kNoMessages}}};
+
+template <typename Record>
+Record parsed(const std::string& bytes) {
+    Record record;
+    record.ParsePartialFromString(bytes);
+    return record;
+}
+
+size_t unknownBytes(const StabEvent& event) {
+    return event.unknown_fields().size();
+}
+
+size_t unknownBytes(const MemMonitorEvent& event) {
+    size_t unknown = event.unknown_fields().size();
+    for (const KeyValue& element : event.kvs())
+        unknown += element.unknown_fields().size();
+    return unknown;
+}
+
+size_t unknownBytes(const SMemMonitorEvent& batch) {
+    size_t unknown = batch.unknown_fields().size();
+    for (const MemMonitorEvent& event : batch.events())
+        unknown += unknownBytes(event);
+    return unknown;
+}
+
+size_t unknownBytes(const ArtLockTimeoutData& data) {
+    size_t unknown = data.unknown_fields().size();
+    for (const ArtLockTimeout& timeout : data.timeouts())
+        unknown += timeout.unknown_fields().size();
+    return unknown;
+}
+
+/** How many of the bytes are in fields that the record's schema knows. */
+template <typename Record>
+size_t knownBytes(std::string_view bytes, const MessageShape& shape) {
+    const Salvage read = salvage(bytes, shape, 0);
+    size_t dropped = 0;
+    for (const UnknownField& field : read.dropped)
+        dropped += field.bytes.size() + 1;
+    const size_t unknown = unknownBytes(parsed<Record>(read.record)) + dropped;
+    return read.record.size() - std::min(unknown, read.record.size());
+}
+
+/** Whether each whole record in the bytes, and one at least, is one that the library writes. */
+bool isDriver(std::string_view bytes, bool isAll) {
+    constexpr size_t kSize = sizeof(stab_notify_record);
+    if (bytes.size() < kSize || (isAll && bytes.size() % kSize != 0)) return false;
+    for (size_t offset = 0; offset + kSize <= bytes.size(); offset += kSize) {
+        if (findDriverDamage(bytes.substr(offset, kSize))) return false;
+    }
+    return true;
+}
+
+/** The kind whose schema knows the most of the bytes, unless another one knows as many. */
+std::optional<Kind> findMessage(std::string_view bytes) {
+    const std::pair<size_t, Kind> candidates[] = {
+        {knownBytes<StabEvent>(bytes, kStabEventShape), Kind::kStabEvent},
+        {knownBytes<MemMonitorEvent>(bytes, kMemEventShape), Kind::kMemEvent},
+        {knownBytes<SMemMonitorEvent>(bytes, kMemBatchShape), Kind::kMemBatch},
+        {knownBytes<ArtLockTimeoutData>(bytes, kLockTimeoutsShape), Kind::kLockTimeout}};
+    const auto best = std::ranges::max_element(candidates);
+    const auto isBest = [&](const auto& candidate) { return candidate.first == best->first; };
+    if (best->first == 0 || std::ranges::count_if(candidates, isBest) > 1) return {};
+    return best->second;
+}
+
+}  // namespace
+
+const char* nameOf(Kind kind) {
+    return std::ranges::find(kNames, kind, &KindName::kind)->name;
+}
+
+std::optional<Kind> kindNamed(std::string_view name) {
+    const auto found = std::ranges::find(kNames, name, &KindName::name);
+    if (found == std::end(kNames)) return {};
+    return found->kind;
+}
+
+const MessageShape& shapeOf(Kind kind) {
+    switch (kind) {
+        case Kind::kStabEvent:
+            return kStabEventShape;
+        case Kind::kMemEvent:
+        case Kind::kMemBatch:
+            return kMemEventShape;
+        case Kind::kLockTimeout:
+        case Kind::kDriver:
+            return kNoMessages;
+    }
+    return kNoMessages;
+}
+
+std::optional<Kind> findKind(std::string_view fileName, std::string_view bytes, bool isAll) {
+    if (findEventFileName(fileName)) return Kind::kStabEvent;
+    if (isDriver(bytes, isAll)) return Kind::kDriver;
+    return findMessage(bytes);
+}
