@@ -42,11 +42,14 @@ headers=$(cd "$source/../../include" && ls wardline/*.h)
 diff <(cd "$prefix" && find . -type f -printf '%P\n' | sed "s|^${libdir#"$prefix/"}/|lib/|" |
   sort) <(sort <<END
 ${headers//wardline\//include/wardline/}
+bin/wardlinectl
 include/proto/wardline_records.pb.h
 lib/cmake/wardline/wardline-config.cmake
 lib/cmake/wardline/wardline-config-version.cmake
 lib/libwardline.so
 lib/pkgconfig/wardline.pc
+share/bash-completion/completions/wardlinectl
+share/man/man1/wardlinectl.1
 END
 ) || fail 'installed is something else (<) than should be (>)'
 dynamic=$(readelf -d "$libdir/libwardline.so")

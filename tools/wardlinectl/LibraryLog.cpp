@@ -49,6 +49,10 @@ void showLibraryLog() {
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
 }
 
+void showLibraryFailures() {
+    __android_log_set_minimum_priority(ANDROID_LOG_ERROR);
+}
+
 bool hasLibraryFailed() {
     return hasFailed;
 }

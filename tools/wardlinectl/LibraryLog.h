@@ -3,6 +3,9 @@
 /** From now on, prints each line that the library logs to standard error: "E libwardline: text". */
 void showLibraryLog();
 
+/** The same, of failures alone. */
+void showLibraryFailures();
+
 /** Whether a line has told of a failure. The library's functions do not tell their callers. */
 bool hasLibraryFailed();
 

@@ -112,6 +112,7 @@ int rollBackConfig(bool isForced) {
 
 int showConfig(bool isJson) {
     if (!isDeviceConfigSound()) return kBadData;
+    showLibraryFailures();  // The watcher may begin before this is over, or not.
     const android::__StabCloudConfig config = android::getCloudConfig(nullptr);
     if (isJson) {
         printJson(configAsJson(config));

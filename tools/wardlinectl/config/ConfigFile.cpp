@@ -141,7 +141,7 @@ class ConfigFile {
 
     /** Nobody notices a file that comes by a rename, and nobody finds it half-written. */
     bool create(const std::string& text, std::string* error) {
-        if (!writeScratch(text, kMode, error)) return false;
+        if (!isRoomFor(text.size(), error) || !writeScratch(text, kMode, error)) return false;
         if (renameat2(directory_.get(), kScratch, directory_.get(), kName, RENAME_NOREPLACE) == 0)
             return true;
         if (errno == EEXIST) return true;  // It is replaced now, and its content kept.
@@ -162,12 +162,12 @@ class ConfigFile {
         std::string content = text;
         content.resize(std::max(text.size(), old->size()), ' ');
         delivery->paddingBytes = content.size() - text.size();
+        if (!isRoomFor(content.size(), error)) return;
         const bool isNew = delivery->wasMissing && *old == text;
         if (!isNew && !(writeScratch(*old, status.st_mode & 0777, error) &&
                         rename(kScratch, kReplaced, error)))
             return;
-        const bool isWritten =
-            isRoomFor(content.size(), error) && writeOnce(file.get(), content, *old, error);
+        const bool isWritten = writeOnce(file.get(), content, *old, error);
         if (isNew) return;
         if (!isWritten) {
             unlinkat(directory_.get(), kReplaced, 0);
@@ -176,7 +176,10 @@ class ConfigFile {
         }
     }
 
-    /** A write that comes to its end half-way would end everybody who watches. */
+    /**
+     * Whether there is room for a file and for a copy: a write that comes to its end half-way would
+     * end everybody who watches.
+     */
     bool isRoomFor(size_t size, std::string* error) {
         rlimit limit = {};
         struct statvfs space = {};
@@ -187,7 +190,7 @@ class ConfigFile {
         }
         // A file system without a limit says that it has no blocks at all.
         const bool isFull = fstatvfs(directory_.get(), &space) == 0 && space.f_blocks != 0 &&
-                            space.f_bavail <= size / space.f_frsize + 1;
+                            space.f_bavail <= 2 * (size / space.f_frsize + 1);
         if (!isFull) return true;
         errno = ENOSPC;
         *error = errorOf(kConfigPath);

@@ -29,7 +29,10 @@ class TextLines {
     std::vector<size_t> starts_;
 };
 
-/** How deep the values are nested; a plain value has the depth 1. Any text. */
+/**
+ * How deep the values are nested; a plain value has the depth 1. In any text: what is missing behind the
+ * beginning of an array or an object counts as a value.
+ */
 size_t nestingDepth(std::string_view text);
 
 /** A member of an object, at the place where its key begins. */
