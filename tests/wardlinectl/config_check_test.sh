@@ -87,12 +87,12 @@ expect_match 'places behind a byte order mark' 'f:1:16: error: version is -1*' "
 # What harms nobody at once.
 expect_warning '' 'version is missing, which counts as 0: the file never counts as loaded' '{}'
 expect_warning ':1:13' 'version is 0: the file never counts as loaded' '{"version": 0}'
-expect_warning ':1:16' 'treshHold is not known; the nearest known key is dmaMemInfoConfig.threshHold' '{"version": 1, "treshHold": 5}'
-expect_warning ':1:36' 'dmaMemInfoConfig.treshold is not known; the nearest known key is dmaMemInfoConfig.threshHold' '{"version": 1, "dmaMemInfoConfig":{"treshold": 5}}'
-expect_warning ':1:36' 'dmaMemInfoConfig.Interval is not known; the nearest known key is dmaMemInfoConfig.interval' '{"version": 1, "dmaMemInfoConfig":{"Interval": 5}}'
-expect_warning ':1:35' 'processesConfig.Interval is not known; the nearest known key is processesConfig.interval' '{"version": 1, "processesConfig":{"Interval": 5}}'
-expect_warning ':1:61' 'processesConfig.processes[0].nam is not known; the nearest known key is processesConfig.processes[].name' '{"version": 1, "processesConfig":{"processes":[{"name": "a","nam": 5}]}}'
-expect_warning ':1:16' '"a.b" is not known; the nearest known key is processesConfig.processes[].name' '{"version": 1, "a.b": 5}'
+expect_warning ':1:16' 'treshHold is not known; the nearest is dmaMemInfoConfig.threshHold' '{"version": 1, "treshHold": 5}'
+expect_warning ':1:36' 'dmaMemInfoConfig.treshold is not known; the nearest is threshHold' '{"version": 1, "dmaMemInfoConfig":{"treshold": 5}}'
+expect_warning ':1:36' 'dmaMemInfoConfig.Interval is not known; the nearest is interval' '{"version": 1, "dmaMemInfoConfig":{"Interval": 5}}'
+expect_warning ':1:35' 'processesConfig.Interval is not known; the nearest is interval' '{"version": 1, "processesConfig":{"Interval": 5}}'
+expect_warning ':1:61' 'processesConfig.processes[0].nam is not known; the nearest is name' '{"version": 1, "processesConfig":{"processes":[{"name": "a","nam": 5}]}}'
+expect_warning ':1:16' '"a.b" is not known; the nearest is processesConfig.processes[].name' '{"version": 1, "a.b": 5}'
 expect_check 'keys that nobody looks at' 0 "$sound 0 warnings" '{"version": 1, "threadtrackConfig": {"options": {"anything": 1}}}'
 expect_warning ':1:15' 'version is there already: the last one counts' '{"version": 1,"version": 2}'
 expect_warning ':1:15' 'version is there already: the last one counts' '{"version": 1,"v\u0065rsion": 2}'
@@ -109,10 +109,10 @@ expect_warning ':1:56' 'processesConfig.processes[0].name is 5, of which the tex
 expect_warning ':1:16' 'what follows the document is not looked at' '{"version": 1} {'
 expect_check 'comments' 0 "$sound 0 warnings" '/* a */ {"version": 1 /* b */} // c'
 expect_check 'warnings in order' 0 "f: warning: version is missing, which counts as 0: the file never counts as loaded
-f:1:2: warning: a is not known; the nearest known key is processesConfig.processes[].name
+f:1:2: warning: a is not known; the nearest is processesConfig.processes[].name
     {\"a\": 1, \"b\": 2}
      ^
-f:1:10: warning: b is not known; the nearest known key is processesConfig.processes[].name
+f:1:10: warning: b is not known; the nearest is processesConfig.processes[].name
     {\"a\": 1, \"b\": 2}
              ^
 $sound 3 warnings" '{"a": 1, "b": 2}'
@@ -144,7 +144,7 @@ bad:1:13: error: version is -1, and must be a number from 0 to 4294967295
     {\"version\": -1}
                 ^
 bad: it ends every process that watches: 1 error, 0 warnings" 'wardlinectl: missing: No such file or directory' config check f missing bad
-expect_match 'standard input' '-: a subscriber survives it: *' "$(wardlinectl config check - <f)"
+expect_match 'standard input' 'standard input: a subscriber survives it: *' "$(wardlinectl config check - <f)"
 expect_run 'a missing old file' 1 '' 'wardlinectl: missing: No such file or directory' config check --after missing f
 expect 'no file' 2 "$(status wardlinectl config check)"
 

@@ -55,7 +55,7 @@ expect 'back it is' "$(<two)" "$(<$file)"
 expect_run 'and forth' 0 'delivered the earlier one: 9059 bytes, and 0 of white space' '' config rollback
 await has_lines 'change, version 3' 2
 expect 'forth it is' "$(config 3)$(printf '%9000s' '')" "$(<$file)"
-expect_run 'standard input' 0 'delivered -: 59 bytes, and 9000 of white space' '' config put - <three
+expect_run 'standard input' 0 'delivered standard input: 59 bytes, and 9000 of white space' '' config put - <three
 await has_lines 'no difference' 1
 expect 'each delivery is one modification' 6 "$(grep -c 'change, version' watched)"
 

@@ -13,6 +13,8 @@ echo '{"version": 1, "dmaMemInfoConfig": {"enable": true, "threshHold": 5, "inte
   "threadtrackConfig": {"options": {"o": "old", "kept": "yes"}}}' >base
 mkdir corpus
 add_corpus corpus
+# An emulator takes long for each: every other one.
+grep -q '^emulator=()' "$build/run" || rm corpus/*[13579].json
 count=$(find corpus -type f | wc -l)
 [ "$count" -ge 300 ] || expect 'files' '300 at least' "$count"
 code=0

@@ -149,8 +149,9 @@ void printCases(const CLI::App& root, const CLI::App& app, const std::string& pa
 
 void listPaths(const CLI::App& app, const std::string& path, std::vector<std::string>* paths) {
     for (const CLI::App* command : commandsOf(app)) {
-        paths->push_back(path + ' ' + command->get_name());
-        listPaths(*command, paths->back(), paths);
+        const std::string name = path + ' ' + command->get_name();
+        paths->push_back(name);
+        listPaths(*command, name, paths);
     }
 }
 

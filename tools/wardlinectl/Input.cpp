@@ -53,6 +53,10 @@ std::string Input::takeAll() {
     return take(std::numeric_limits<size_t>::max());
 }
 
+std::string sourceName(const std::string& path) {
+    return path == "-" ? "standard input" : path;
+}
+
 bool readWhole(const std::string& path, std::string* content) {
     Input input(path);
     if (!input.ok()) return false;

@@ -46,5 +46,8 @@ class Input {
     int error_ = 0;
 };
 
+/** What messages call a path: "-" is standard input. */
+std::string sourceName(const std::string& path);
+
 /** The whole content of a file or of standard input; false, with errno, when it cannot be read. */
 bool readWhole(const std::string& path, std::string* content);

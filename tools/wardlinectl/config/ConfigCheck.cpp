@@ -191,7 +191,7 @@ class Checker {
         if (member.isRepeated)
             warnAt(place(member.offset), path, "is there already: the last one counts");
         if (const auto known = findNearestKey(member.parent, member.key))
-            warnAt(place(member.offset), path, "is not known; the nearest known key is " + *known);
+            warnAt(place(member.offset), path, "is not known; the nearest is " + *known);
     }
 
     void checkEnd() {

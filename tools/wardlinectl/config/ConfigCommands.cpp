@@ -20,7 +20,7 @@ namespace {
 
 bool read(const std::string& path, std::string* text) {
     if (readWhole(path, text)) return true;
-    complain(path + ": " + strerror(errno));
+    complain(sourceName(path) + ": " + strerror(errno));
     return false;
 }
 
@@ -48,12 +48,12 @@ bool checkFile(const std::string& path, android::__StabCloudConfig held,
     const ConfigCheck check = checkConfig(text);
     if (check.survives()) applyConfig(check.document, held);
     if (options.isJson) {
-        Json::Value object = checkAsJson(path, check);
+        Json::Value object = checkAsJson(sourceName(path), check);
         if (check.survives()) object["holds"] = configAsJson(held);
         printJson(object);
         return check.survives();
     }
-    printCheck(stdout, path, text, check);
+    printCheck(stdout, sourceName(path), text, check);
     if (check.survives() && !options.after.empty()) printConfig(held);
     return check.survives();
 }
@@ -99,7 +99,7 @@ int checkConfigFiles(const ConfigCheckOptions& options) {
 int putConfig(const std::string& path, bool isForced) {
     std::string text;
     if (!read(path, &text)) return kBadData;
-    return deliver(path, text, isForced);
+    return deliver(sourceName(path), text, isForced);
 }
 
 int rollBackConfig(bool isForced) {

@@ -73,6 +73,7 @@ std::optional<std::string> findNearestKey(const std::string& parent, const std::
         return std::pair(distance(keyOf(known), key), parentOf(known) != object);
     };
     const std::string_view nearest = *std::ranges::min_element(kKnownKeys, {}, rank);
-    if (keyOf(nearest) == key && parentOf(nearest) == object) return {};
-    return std::string(nearest);
+    const bool isNeighbour = parentOf(nearest) == object;
+    if (keyOf(nearest) == key && isNeighbour) return {};
+    return std::string(isNeighbour ? keyOf(nearest) : nearest);
 }

@@ -70,7 +70,7 @@ bool decodeInput(const std::string& source, Input& input, std::optional<Kind> ki
 
 bool decodeFile(const std::string& path, std::optional<Kind> kind, const SeeOptions& options,
                 RecordWriter& writer) {
-    const std::string source = path == "-" ? "standard input" : path;
+    const std::string source = sourceName(path);
     Input input(path);
     if (!input.ok()) {
         complain(source + ": " + strerror(errno));
