@@ -4,6 +4,7 @@
 #include <stdio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <string>
 #include <string_view>
@@ -24,10 +25,8 @@ std::atomic<bool> hasFailed = false;
 std::atomic<bool> endsWithWatcher = false;
 
 bool tellsOfWatcherEnd(std::string_view message) {
-    for (std::string_view end : kWatcherEnds) {
-        if (message.starts_with(end)) return true;
-    }
-    return false;
+    return std::ranges::any_of(kWatcherEnds,
+                               [&](std::string_view end) { return message.starts_with(end); });
 }
 
 void showLine(const __android_logger_data* data, const char* message) {

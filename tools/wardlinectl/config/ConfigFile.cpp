@@ -198,8 +198,8 @@ class ConfigFile {
     }
 
     /** The one modification. */
-    bool writeOnce(int file, const std::string& content, const std::string& old,
-                   std::string* error) {
+    static bool writeOnce(int file, const std::string& content, const std::string& old,
+                          std::string* error) {
         const SignalsBlocked blocked;
         const ssize_t size = TEMP_FAILURE_RETRY(pwrite(file, content.data(), content.size(), 0));
         if (size == static_cast<ssize_t>(content.size())) {

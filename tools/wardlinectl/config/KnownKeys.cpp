@@ -53,10 +53,10 @@ std::string_view keyOf(std::string_view path) {
 size_t distance(std::string_view a, std::string_view b) {
     std::vector<size_t> row(b.size() + 1);
     std::iota(row.begin(), row.end(), size_t{0});
-    for (size_t i = 0; i < a.size(); ++i) {
+    for (char c : a) {
         size_t diagonal = row[0]++;
         for (size_t j = 0; j < b.size(); ++j) {
-            const size_t replaced = diagonal + (tolower(a[i]) == tolower(b[j]) ? 0 : 1);
+            const size_t replaced = diagonal + (tolower(c) == tolower(b[j]) ? 0 : 1);
             diagonal = row[j + 1];
             row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
         }

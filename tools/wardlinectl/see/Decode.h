@@ -41,7 +41,7 @@ class Decoder {
     void decodeElement(Kind kind, const FieldHead& field, Input& input, const BeginRecord& begin);
     void showOther(const std::string& field, Place place, const BeginRecord& begin);
     void showMessage(Kind kind, const std::string& bytes, uint64_t offset);
-    void checkName(const std::string& record);
+    void checkName(const std::string& bytes);
     void report(const Damage& damage);
     void finishRecord(std::string_view bytes);
 

@@ -13,7 +13,7 @@ namespace {
 constexpr std::string_view kPrefix = ".train_stabevent_1.00_";
 constexpr size_t kMonthToMinuteDigits = 8;
 constexpr size_t kDatetimeDigits = 12;  // More after the year 9999.
-constexpr int64_t kMinuteMs = 60 * 1000;
+constexpr int64_t kMinuteMs = 60'000;
 
 bool isNumber(std::string_view text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
@@ -54,9 +54,11 @@ std::string offsetText(int64_t minutes) {
     return text;
 }
 
+constexpr int64_t kAnyTimeZone = 960;
+
 /** Time zones are whole quarters of an hour, and less than 16 hours ahead or behind. */
 bool isTimeZone(int64_t minutes) {
-    return minutes % 15 == 0 && llabs(minutes) < 16 * 60;
+    return minutes % 15 == 0 && llabs(minutes) < kAnyTimeZone;
 }
 
 }  // namespace

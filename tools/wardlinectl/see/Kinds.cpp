@@ -19,12 +19,12 @@ constexpr KindName kNames[] = {{Kind::kStabEvent, "stab-event"},
                                {Kind::kLockTimeout, "lock-timeout"},
                                {Kind::kDriver, "driver"}};
 
-const MessageShape kNoMessages;
-const MessageShape kMapEntry = {{}, true};
-const MessageShape kStabEventShape = {{{5, &kMapEntry}}};
-const MessageShape kMemEventShape = {{{11, &kNoMessages}}};
-const MessageShape kMemBatchShape = {{{1, &kMemEventShape}}};
-const MessageShape kLockTimeoutsShape = {{{1, &kNoMessages}}};
+constexpr MessageShape kNoMessages;
+constexpr MessageShape kMapEntry = {.isMapEntry = true};
+constexpr MessageShape kStabEventShape = {5, &kMapEntry};
+constexpr MessageShape kMemEventShape = {11, &kNoMessages};
+constexpr MessageShape kMemBatchShape = {1, &kMemEventShape};
+constexpr MessageShape kLockTimeoutsShape = {1, &kNoMessages};
 
 template <typename Record>
 Record parsed(const std::string& bytes) {

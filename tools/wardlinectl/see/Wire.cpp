@@ -24,13 +24,6 @@ constexpr int kDeepestGroup = 90;  // The runtime refuses deeper ones.
 constexpr size_t kLongestVarint32 = 5;
 constexpr size_t kShownOfACutText = 40;
 
-const MessageShape* shapeOf(const MessageShape& shape, uint32_t field) {
-    for (const MessageShape::Member& member : shape.members) {
-        if (member.field == field) return member.shape;
-    }
-    return nullptr;
-}
-
 void appendVarint(uint64_t value, std::string* bytes) {
     uint8_t encoded[10];
     const uint8_t* const end = CodedOutputStream::WriteVarint64ToArray(value, encoded);
@@ -199,16 +192,17 @@ class Salvager {
         while (!walk.atEnd()) {
             if (!walk.next()) break;
             const bool isWhole = walk.readValue();
-            const MessageShape* const inner = shapeOf(shape, walk.field());
-            if (inner != nullptr && walk.wireType() == kLengthDelimited) {
-                takeMessage(walk, *inner, path, &whole);
+            const bool isMessage = shape.inner != nullptr && walk.field() == shape.innerField &&
+                                   walk.wireType() == kLengthDelimited;
+            if (isMessage) {
+                takeMessage(walk, *shape.inner, path, &whole);
             } else if (isWhole) {
                 whole += walk.raw();
                 if (shape.isMapEntry && !isOfEntry(walk))
                     result_->dropped.push_back(unknownField(walk, path));
             }
             if (!isWhole) {
-                if (inner == nullptr) showCutText(walk);
+                if (!isMessage) showCutText(walk);
                 break;
             }
         }

@@ -27,13 +27,10 @@ struct UnknownField {
     bool hasBytes() const { return type == "bytes" || type == "group"; }
 };
 
-/** Which of a message's fields are messages. */
+/** Which of a message's fields holds messages; none of them has more than one. */
 struct MessageShape {
-    struct Member {
-        uint32_t field;
-        const MessageShape* shape;
-    };
-    std::vector<Member> members;
+    uint32_t innerField = 0;
+    const MessageShape* inner = nullptr;
     bool isMapEntry = false;
 };
 
