@@ -316,7 +316,7 @@ element() { bytes '\x0a\xc0\x01'"$sample$figures"; }
 element >elements
 for _ in 1 2 3 4 5 6 7 8 9 10; do cat elements elements >more && mv more elements; done
 mkfifo pipe
-"$build/run" "$build/wardlinectl" decode --as mem-batch pipe >many & reader=$!
+ASAN_OPTIONS=quarantine_size_mb=1 "$build/run" "$build/wardlinectl" decode --as mem-batch pipe >many & reader=$!
 exec {feed}>pipe
 resident() { awk '/^VmRSS/ { print $2 }' /proc/$reader/status; }
 cat elements >&$feed

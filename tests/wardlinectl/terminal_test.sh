@@ -21,6 +21,9 @@ for what in 'config check bad' 'decode damaged'; do
   [ "$(NO_COLOR='' on_terminal "$command $what" | coloured)" -gt 0 ] || expect "an empty NO_COLOR, $what" some none
   expect "no colours on a dumb terminal, $what" 0 "$(TERM=dumb on_terminal "$command $what" | coloured)"
 done
+plain() { sed 's/\x1b\[[0-9;]*m//g; s/\r$//'; }
+expect 'what is coloured is what is not' "$(wardlinectl decode damaged 2>&1 || true)" \
+  "$({ on_terminal "$command decode damaged" || true; } | plain)"
 on_terminal "$command decode damaged >plain" >out || true
 expect 'standard error is a terminal, standard output is none' 0 "$(coloured <plain)"
 [ "$(coloured <out)" -gt 0 ] || expect 'colours in the message' some none

@@ -84,7 +84,8 @@ void TextWriter::unknown(const UnknownField& field) {
 
 void TextWriter::problem(std::optional<uint64_t> offset, const std::string& what) {
     const std::string place = offset ? "at offset " + std::to_string(*offset) + ": " : "";
-    printRow(painted(stdout, Colour::kError, "damaged"), place + what);
+    // A label with a colour is longer than it looks: it brings its own blanks.
+    printRow(painted(stdout, Colour::kError, "damaged") + "       ", place + what);
 }
 
 void TextWriter::bytes(std::string_view bytes) {
