@@ -252,6 +252,11 @@ head -c 200 driver >damaged
 run decode --as driver damaged
 expect 'a cut driver record' 'wardlinectl: damaged: damaged at offset 200: the record ends after 64 of its 136 bytes' "$err"
 expect_match 'what can be read of it' '*record 1: driver, 64 bytes at offset 136*pid  *' "$out"
+expect_match 'a cut driver record is known' '*record 1: driver, 64 bytes at offset 136*' "$(wardlinectl decode damaged 2>&1 || true)"
+cat driver driver >damaged
+bytes '\x01' | dd of=damaged bs=1 seek=44 conv=notrunc status=none
+expect_match 'records of the driver are known, also if one is damaged' '*record 0: driver*record 3: driver*' \
+  "$(wardlinectl decode damaged 2>&1 || true)"
 head -c 130 driver >damaged
 expect 'a single cut driver record' 'wardlinectl: damaged: damaged at offset 130: the record ends after 130 of its 136 bytes' \
   "$(wardlinectl decode --as driver damaged 2>&1 >/dev/null || true)"

@@ -87,6 +87,7 @@ class ConfigFile {
         const bool isThere = !delivery.wasMissing || create(text, &delivery.error);
         if (!isThere) return delivery;
         replace(text, &delivery);
+        fsync(directory_.get());
         return delivery;
     }
 
@@ -169,10 +170,10 @@ class ConfigFile {
             return;
         const bool isWritten = writeOnce(file.get(), content, *old, error);
         if (isNew) return;
-        if (!isWritten) {
+        if (isWritten) {
+            rename(kReplaced, kPrevious, error);
+        } else {
             unlinkat(directory_.get(), kReplaced, 0);
-        } else if (rename(kReplaced, kPrevious, error)) {
-            fsync(directory_.get());
         }
     }
 

@@ -69,14 +69,14 @@ size_t knownBytes(std::string_view bytes, const MessageShape& shape) {
     return read.record.size() - std::min(unknown, read.record.size());
 }
 
-/** Whether each whole record in the bytes, and one at least, is one that the library writes. */
-bool isDriver(std::string_view bytes, bool isAll) {
+/** Whether half of the whole records in the bytes, and one at least, are such as the library writes. */
+bool isDriver(std::string_view bytes) {
     constexpr size_t kSize = sizeof(stab_notify_record);
-    if (bytes.size() < kSize || (isAll && bytes.size() % kSize != 0)) return false;
-    for (size_t offset = 0; offset + kSize <= bytes.size(); offset += kSize) {
-        if (findDriverDamage(bytes.substr(offset, kSize))) return false;
-    }
-    return true;
+    const size_t count = bytes.size() / kSize;
+    size_t sound = 0;
+    for (size_t i = 0; i < count; ++i)
+        sound += findDriverDamage(bytes.substr(i * kSize, kSize)) ? 0 : 1;
+    return count > 0 && 2 * sound >= count;
 }
 
 /** The kind whose schema knows the most of the bytes, unless another one knows as many. */
@@ -118,8 +118,8 @@ const MessageShape& shapeOf(Kind kind) {
     return kNoMessages;
 }
 
-std::optional<Kind> findKind(std::string_view fileName, std::string_view bytes, bool isAll) {
+std::optional<Kind> findKind(std::string_view fileName, std::string_view bytes) {
     if (findEventFileName(fileName)) return Kind::kStabEvent;
-    if (isDriver(bytes, isAll)) return Kind::kDriver;
+    if (isDriver(bytes)) return Kind::kDriver;
     return findMessage(bytes);
 }

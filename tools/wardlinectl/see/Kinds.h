@@ -16,8 +16,5 @@ std::optional<Kind> kindNamed(std::string_view name);
 /** What is a message in the message of a kind; of a batch, what is in a single one of its records. */
 const MessageShape& shapeOf(Kind kind);
 
-/**
- * The kind of what is in a file, by its name and its first bytes; isAll says that there are no
- * others. Nothing where it cannot be told.
- */
-std::optional<Kind> findKind(std::string_view fileName, std::string_view bytes, bool isAll);
+/** The kind of what is in a file, by its name and its first bytes; nothing where it cannot be told. */
+std::optional<Kind> findKind(std::string_view fileName, std::string_view bytes);

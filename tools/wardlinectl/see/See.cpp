@@ -30,8 +30,7 @@ std::unique_ptr<RecordWriter> makeWriter(const SeeOptions& options) {
 
 /** The kind of what is in an input, with a message when it cannot be told. */
 std::optional<Kind> kindOf(const std::string& path, Input& input) {
-    const std::string_view start = input.peek(kBytesThatTell);
-    const std::optional<Kind> kind = findKind(path, start, start.size() < kBytesThatTell);
+    const std::optional<Kind> kind = findKind(path, input.peek(kBytesThatTell));
     if (!kind) complain(path + ": cannot tell the kind of record; name it with --as");
     return kind;
 }
