@@ -57,12 +57,14 @@ run config check f
 expect 'a long line' "f:1:213: error: Missing ':' after object member name" "$(head -n 1 <<<"$out")"
 expect 'the mark in a long line' 2 "$(sed -n 2p <<<"$out" | cut -c "$(($(sed -n 3p <<<"$out" | wc -c) - 1))")"
 expect 'the excerpt of a long line' '' "$(awk 'length > 80' <<<"$(sed -n 2,3p <<<"$out")")"
+printf '{\r\n"x": 1,\r\n"version": 1}' >f
+expect_match 'places in lines that end with CR and LF' 'f:2:1: warning: x is not known*' "$(wardlinectl config check f)"
 for end in $'\r\n' $'\r' $'\n'; do
   printf '{%s"version": 1,%s"x" }' "$end" "$end" >f
   expect_match "lines that end with $(printf '%q' "$end")" "f:3:5: error: Missing ':' *" "$(wardlinectl config check f || true)"
 done
 printf '{"version": 2, "x": %s}' "$(printf '[%.0s' {1..1001})$(printf ']%.0s' {1..1001})" >f
-expect_run 'too deep' 1 "f: error: values are nested deeper than 1000 levels
+expect_run 'too deep' 1 "f: error: the JSON library gives up: values are nested too deep
 $fatal 1 error, 0 warnings" '' config check f
 
 # Types: what the JSON library turns away, by the path of the key.
@@ -89,6 +91,7 @@ expect_warning '' 'version is missing, which counts as 0: the file never counts 
 expect_warning ':1:13' 'version is 0: the file never counts as loaded' '{"version": 0}'
 expect_warning ':1:16' 'treshHold is not known; the nearest is dmaMemInfoConfig.threshHold' '{"version": 1, "treshHold": 5}'
 expect_warning ':1:36' 'dmaMemInfoConfig.treshold is not known; the nearest is threshHold' '{"version": 1, "dmaMemInfoConfig":{"treshold": 5}}'
+expect_warning ':1:36' 'dmaMemInfoConfig.ENABL is not known; the nearest is enable' '{"version": 1, "dmaMemInfoConfig":{"ENABL": 5}}'
 expect_warning ':1:36' 'dmaMemInfoConfig.Interval is not known; the nearest is interval' '{"version": 1, "dmaMemInfoConfig":{"Interval": 5}}'
 expect_warning ':1:35' 'processesConfig.Interval is not known; the nearest is interval' '{"version": 1, "processesConfig":{"Interval": 5}}'
 expect_warning ':1:61' 'processesConfig.processes[0].nam is not known; the nearest is name' '{"version": 1, "processesConfig":{"processes":[{"name": "a","nam": 5}]}}'
@@ -135,10 +138,11 @@ expect_run 'what it holds then' 0 "$sound 0 warnings
 expect 'after two files' '                5 process entries, 2 options' "$(wardlinectl config check --after old --after old f | tail -n 1)"
 expect_run 'in JSON' 0 '{"errors":[],"file":"f","holds":{"dmaMemInfoConfig":{"enable":true,"interval":6,"threshHold":5},"processesConfig":{"enable":true,"interval":7,"processes":[{"description":"","name":"a"}]},"threadtrackConfig":{"options":{"y":"3"}},"version":4},"survives":true,"warnings":[]}' '' config check --json f
 echo '{"version": -1}' >bad
-expect_run 'an error in JSON' 1 '{"errors":[{"column":13,"line":1,"message":"is -1, and must be a number from 0 to 4294967295","path":"version"}],"file":"bad","survives":false,"warnings":[]}' '' config check --json bad
+expect_run 'an error in JSON' 1 '{"errors":[{"column":13,"line":1,"message":"is -1, and must be a number from 0 to 4294967295","path":"version","text":"{\"version\": -1}"}],"file":"bad","survives":false,"warnings":[]}' '' config check --json bad
 run config check --after bad f
 expect 'an old file that is bad itself' '1 ' "$code $out"
 expect_match 'an old file that is bad itself: message' 'bad:1:13: error: version is -1*' "$err"
+expect 'one bad file is enough, though not the last' 1 "$(status wardlinectl config check bad f)"
 expect_run 'more files' 1 "$sound 0 warnings
 bad:1:13: error: version is -1, and must be a number from 0 to 4294967295
     {\"version\": -1}

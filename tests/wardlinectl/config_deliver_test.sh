@@ -81,7 +81,7 @@ watch
 expect_match 'a bad one by force' '*wardlinectl: delivered all the same, as --force says
 delivered bad: 13 bytes, and 9046 of white space' "$(wardlinectl config put --force bad 2>&1)"
 expect_end 'the watching command ends' 1 $watcher
-expect_match 'the watching command says why' "*wardlinectl: a configuration has ended the watching process: Aborted
+expect_match 'the watching command says why' "*wardlinectl: a configuration has ended the watching process
 $file:1:13: error: Syntax error*" "$(<watched)"
 for what in show watch; do
   run config $what
@@ -134,6 +134,15 @@ expect_match 'changes in JSON' '{"change":0,"config":{*"version":6},"differences
 watch
 kill $watcher
 expect_end 'a signal ends watching' 143 $watcher
+watch
+kill "$(cat /proc/$watcher/task/$watcher/children)"
+expect_end 'the subscriber is ended' 1 $watcher
+expect 'by whom it was' 'wardlinectl: the watching process was ended: Terminated' "$(tail -n 1 watched)"
+code=0
+wardlinectl config watch --changes 1 2>watched >/dev/full & watcher=$!
+await grep -qs 'Successfully initialized inotify' watched
+await grep -qs . <(wardlinectl config put five)
+expect_end 'changes that cannot be printed' 1 $watcher
 mv $directory $directory.away
 run config watch
 expect 'no directory to watch' 1 "$code"
@@ -176,6 +185,25 @@ mkdir $file.tmp
 expect_run 'a directory in the way' 1 '' 'wardlinectl: stab_cloud_config.json.tmp: Is a directory' config put four
 rmdir $file.tmp
 expect 'the file after all that' "$before" "$(<$file)"
+
+# A delivery that changes nothing keeps what was replaced before.
+wardlinectl config put four >out && wardlinectl config put five >out && wardlinectl config put five >out
+expect_match 'the same text twice' '*"version": 4*' "$(<$file.previous)"
+
+# One that was ended within its write, and what it replaced.
+config 21 >$file.replaced
+printf '{"version": 2' >$file
+expect_match 'a half-written file is made good' 'delivered four: *' "$(wardlinectl config put four)"
+expect 'what was before it is kept' "$(config 21)" "$(<$file.previous)"
+
+# Two that go back at once: one after the other.
+config 22 >$file && config 23 >$file.previous
+wardlinectl config rollback >out1 & one=$!
+wardlinectl config rollback >out2 & two=$!
+expect_end 'one rollback' 0 $one
+expect_end 'another rollback' 0 $two
+expect 'both have gone back' "$(config 22)
+$(config 23)" "$(sed 's/ *$//' $file; echo; sed 's/ *$//' $file.previous)"
 
 # What an interrupted delivery leaves: before its write, and after it.
 echo left >$file.tmp

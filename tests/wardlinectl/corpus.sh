@@ -70,11 +70,13 @@ add_syntax() {
 
 add_nested() { # How deep the JSON library goes.
   local depth
-  for depth in 10 996 997 998 999 1000 1001 1002 5000; do
+  for depth in 10 998 999 1000 1001 1002 5000; do
     add_as_is "{\"version\": 2, \"x\": $(repeated $depth '[')$(repeated $depth ']')}"
     add_as_is "{\"version\": 2, \"x\": $(repeated $depth '[')1$(repeated $depth ']')}"
     add_as_is "$(repeated $depth '{"x":')1$(repeated $depth '}')"
     add_as_is "$(repeated $depth '[')"
+    add_as_is "{\"version\": 2} $(repeated $depth '[')"
+    add_as_is "{\"version\": 2, \"x\": $(repeated $depth '[')/**/ $(repeated $depth ']')}"
     add_as_is "{\"version\": 2, \"x\": \"$(repeated $depth '[')\"} // $(repeated $depth '[')"
   done
 }

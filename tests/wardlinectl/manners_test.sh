@@ -43,6 +43,7 @@ for wrong in '' nonsense '--nonsense' 'decode --nonsense' 'report' 'report nonse
   expect_match "wrong use '$wrong': message" 'wardlinectl: *
 Run with --help for more information.' "$err"
 done
+expect_match 'an option that does not exist' 'wardlinectl: there is no option --nonsense*' "$(wardlinectl decode --nonsense 2>&1 || true)"
 expect_match 'a command that does not exist' 'wardlinectl: there is no command nonsense*' "$(wardlinectl nonsense 2>&1 || true)"
 
 echo '{"version": -1}' >bad

@@ -15,7 +15,7 @@ done
 
 # Events, oldest first.
 wardlinectl report stab --type 4 --pid 7 --process zygote --time-ms 1700000000123
-expect_run 'the first event' 0 'event 0: id 36, 2023-11-14T22:13:20.123Z, 19 bytes, single file
+expect_run 'the first event' 0 'event 0: id 36, 1700000000123 (2023-11-14T22:13:20.123Z), 19 bytes, single
   event_type    4
   process_name  "zygote"
   pid           7
@@ -24,7 +24,7 @@ wardlinectl report lock-timeout --name wait --wait-time 5 2>/dev/null
 devicectl setprop ro.build.fingerprint b/p/d:13/ID/42:user/keys
 wardlinectl report mem --pair free uint64 12 2>/dev/null
 mapfile -t lines < <(wardlinectl events | grep ^event)
-expect_match 'the kinds of events' 'event 0: id 36, *T*Z, 19 bytes, single file event 1: id 39, *T*Z, 22 bytes event 2: id 89, *T*Z, * bytes' "${lines[*]}"
+expect_match 'the kinds of events' 'event 0: id 36, *T*Z), 19 bytes, single event 1: id 39, * (*T*Z), 22 bytes event 2: id 89, * (*T*Z), * bytes' "${lines[*]}"
 expect_match 'events in JSON' '{"event":0,"fields":{"event_type":4,*},"id":36,"kind":"stab-event","record":0,"single_file":true,"size":19,"time":"2023-11-14T22:13:20.123Z","time_ms":1700000000123}
 {"event":1,"fields":{*"wait_time":5},"id":39,"kind":"lock-timeout",*}
 {"event":2,"fields":{*"figures":\[{"key":"free","type":"uint64","value":12}\]*},"id":89,"kind":"mem-event",*}' "$(wardlinectl events --json)"
@@ -42,16 +42,17 @@ add_event() { # add_event ID BYTES: as the buffer's own header has it
     dd of=/dev/sysevents_buf conv=notrunc status=none
 }
 add_event 7 'xyz'
-expect_run 'an event of another id' 0 'event 3: id 7, 1970-01-01T00:00:00.001Z, 3 bytes
+expect_run 'an event of another id' 0 'event 3: id 7, 1 (1970-01-01T00:00:00.001Z), 3 bytes
     0000  78 79 7a                                         |xyz|' '' events --from 3 --hex
 add_event 39 ''
-expect_run 'an empty event' 0 'event 4: id 39, 1970-01-01T00:00:00.001Z, 0 bytes' '' events --from 4
+expect_run 'an empty event' 0 'event 4: id 39, 1 (1970-01-01T00:00:00.001Z), 0 bytes' '' events --from 4
 add_event 36 '\x08\x02\x12\x07a'
-expect_run 'a damaged event' 1 'event 5: id 36, 1970-01-01T00:00:00.001Z, 5 bytes
+expect_run 'a damaged event' 1 'event 5: id 36, 1 (1970-01-01T00:00:00.001Z), 5 bytes
   event_type    2
   damaged       at offset 2: field 2 wants 7 bytes, of which 1 are there: "a"' \
   'wardlinectl: event 5: damaged at offset 2: field 2 wants 7 bytes, of which 1 are there: "a"' events --from 5
-expect 'one damaged event is enough' 1 "$(status wardlinectl events)"
+wardlinectl report stab --type 1 --pid 1 --process sound
+expect 'one damaged event is enough, though not the last' 1 "$(status wardlinectl events)"
 
 # Driver records.
 wardlinectl notify log-finish --pid 42
@@ -119,8 +120,14 @@ run files
 expect 'an empty file' "1 wardlinectl: .train_stabevent_1.00_V_T_197001010000_98: the record has no time, and its file's name has one" "$code $err"
 mv "$directory/.train_stabevent_1.00_V_T_197001010000_98" $directory/other
 run files
+expect_match 'another file in JSON' '*"damage":\[{"message":"this is not the name of a stability event file"}\]*"file_name":"other"*' \
+  "$(wardlinectl files --json 2>/dev/null || true)"
 expect 'another file' '1 wardlinectl: other: this is not the name of a stability event file' "$code $err"
 rm $directory/other
+
+mv $directory $directory.away && : >$directory
+expect_run 'a file in the place of the directory' 1 '' "wardlinectl: $directory: Not a directory" files
+rm $directory && mv $directory.away $directory
 
 # Following: what is there, then what comes, as it comes.
 follow() { # follow COMMAND ARG...
@@ -131,16 +138,17 @@ has_lines() { [ "$(grep -c "$1" followed || true)" = "$2" ]; } # has_lines PATTE
 ends_with_its_reader() { # ends_with_its_reader COMMAND...: looks for more than the one line that is read
   timeout 60 bash -c '"$0/run" "$0/wardlinectl" "$@" --follow | head -n 1' "$build" "$@" >/dev/null
 }
-follow events --from 5
-await has_lines '^event 5' 1
-wardlinectl report stab --type 1 --pid 1 --process new --time-ms 1
+follow events --from 6
 await has_lines '^event 6' 1
 wardlinectl report stab --type 1 --pid 1 --process new --time-ms 1
 await has_lines '^event 7' 1
+wardlinectl report stab --type 1 --pid 1 --process new --time-ms 1
+await has_lines '^event 8' 1
 rm /dev/sysevents_buf && : >/dev/sysevents_buf
-for i in 0 1 2 3 4 5; do wardlinectl report stab --type 1 --pid 1 --process "after$i" --time-ms 1; done
-await has_lines 'after5' 1
-expect 'what is new after a reboot is counted from 0' 3 "$(grep -c '^event [56]' followed)"
+for i in 0 1 2 3 4 5 6; do wardlinectl report stab --type 1 --pid 1 --process "after$i" --time-ms 1; done
+await has_lines 'after6' 1
+expect 'what is new after a reboot is counted from 0' '6 7 8 6' \
+  "$(sed -n 's/^event \([0-9]*\):.*/\1/p' followed | tr '\n' ' ' | sed 's/ $//')"
 kill $follower
 expect_end 'following ends by a signal' 143 $follower
 follow driver --json

@@ -53,6 +53,12 @@ E libwardline: reportMemMonitorEvent setDeviceInfo failed' report mem --pair a i
 expect_run 'the same, dry' 1 '' \
   'wardlinectl: the property ro.build.fingerprint does not have six components; nothing is sent' report mem --pair a int32 1 --dry-run
 devicectl setprop ro.build.fingerprint B//D:R:x/I/C/G/
+run report mem --pair k float 1e300
+expect 'a float out of range' '2  wardlinectl: --pair "k": "1e300" is no value of type "float"' "$code $out $err"
+run report mem --pair k double 1e999
+expect 'a double out of range' 2 "$code"
+expect_sent 'an infinite figure' 1 0 report mem --pair k double inf
+expect_match 'an infinite figure' '*figure        "k" = Infinity (double)*' "$sent"
 expect_sent 'a sample' 1 0 report mem "${figures[@]}"
 expect_match 'the line of a sample' 'E libwardline: et size: *' "$err"
 expect_match 'a sample' '*brand         "B"
@@ -87,6 +93,8 @@ expect_match 'an event file, dry' 'file /data/syslog/monitor/stabevent/.train_st
 expect 'the dry run makes no file' '' "$(wardlinectl files)"
 expect_run 'an event file' 0 '' '' report stab --type 2 --pid 1 --process p --time-ms 1700000000123 --file
 expect_match 'an event file' '*file_name     ".train_stabevent_1.00_V1_--_202311142213_1700000000123"*    0000  08 02 12 01 70 18 01 20 *' "$(wardlinectl files --hex)"
+expect_run 'an event file where there is one, dry' 1 '' \
+  'wardlinectl: /data/syslog/monitor/stabevent is there already: nothing is written' report stab --type 2 --pid 1 --process p --file --dry-run
 expect_run 'an event file where there is one' 1 '' 'E libwardline: reportStabEventDirect can not createMonitorPath' \
   report stab --type 2 --pid 1 --process p --file
 expect 'an event file is no event' '' "$(wardlinectl events --from $events)"
@@ -122,6 +130,8 @@ expect 'a latch that is set stays' '' "$(grep killed <<<"$out" || true)"
 devicectl setprop sys.stab.system_killed 0
 run notify crash --process zygote64 --pid 1 --signal 6 --dry-run
 expect_match 'a crash of zygote, dry' '*sys.stab.system_killed = 5' "$out"
+expect_sent 'a name that contains system_server' 1 1 notify crash --process /vendor/system_server_watch --pid 1 --signal 6 --code 128
+expect_match 'a name that contains system_server' '*flags         0x3e51f: *' "$sent"
 long=$(printf 'x%.0s' {1..70})
 expect_sent 'long texts' 1 1 notify crash --process "/vendor/$long" --pid 1 --signal 6 --detail "$long"
 
@@ -199,6 +209,9 @@ for missing in 'report' 'report stab --type 1 --pid 1' 'report stab --process p 
   'notify crash --process p --signal 1' 'notify crash --pid 1 --signal 1' 'notify killed --type 1' 'notify killed --pid 1' \
   'notify log-finish' 'notify block-logo --word0 1' 'notify block-logo --word1 1' 'coredump' \
   'report stab --type x --pid 1 --process p' 'report stab --type 4294967296 --pid 1 --process p' \
+  'report stab --type 010x --pid 1 --process p' 'report stab --type 1 --pid 1 --process p --time-ms 99999999999999999999' \
+  'report stab --type 1 --pid 1 --process --dry-run' 'report stab --type 1 --pid 1 --process p --data k --dry-run' \
+  'report mem --pair a string --dry-run' 'notify crash --pid 1 --signal 1 --process p --detail --dry-run' \
   'report stab --type 1 --pid 1 --process p --data k' 'report lock-timeout --name n --owner -1'; do
   # shellcheck disable=SC2086  # Words, on purpose.
   run $missing

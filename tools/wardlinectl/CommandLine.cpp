@@ -19,13 +19,6 @@ class HelpFormatter : public CLI::Formatter {
 
 }  // namespace
 
-CLI::Validator notNegative() {
-    const auto check = [](const std::string& text) {
-        return text.starts_with('-') ? text + " is negative" : std::string();
-    };
-    return {check, ""};
-}
-
 CLI::App& addCommand(CLI::App& app, const char* name, const char* description,
                      const char* example) {
     CLI::App& command = *app.add_subcommand(name, description);
@@ -65,7 +58,10 @@ std::optional<int> readCommandLine(int argc, char** argv, Job* job) {
             return kDone;
         }
         const std::vector<std::string> unknown = app->remaining();
-        complain(unknown.empty() ? error.what() : "there is no command " + unknown.front());
+        const bool isOption = !unknown.empty() && unknown.front().starts_with('-');
+        complain(unknown.empty() ? error.what()
+                                 : (isOption ? "there is no option " : "there is no command ") +
+                                       unknown.front());
         fputs("Run with --help for more information.\n", stderr);
         return kBadUsage;
     }

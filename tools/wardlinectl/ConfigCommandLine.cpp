@@ -59,7 +59,7 @@ void addWatch(CLI::App& app, Job* job) {
                                    "wardlinectl config watch --changes 1");
     command.add_option("--changes", arguments->changes, "End after N changes")
         ->type_name("N")
-        ->check(notNegative());
+        ->check(isNumber<uint64_t>());
     command.add_flag("--json", arguments->isJson, "Print one JSON object a change");
     command.callback(
         [=] { *job = [=] { return watchConfig(arguments->changes, arguments->isJson); }; });

@@ -1,14 +1,8 @@
 // The command-line tool for what libwardline reports and reads.
 
-#include <errno.h>
-#include <stdio.h>
-#include <string.h>
 #include <unistd.h>
 
-#include <string>
-
 #include "CommandLine.h"
-#include "ExitCode.h"
 #include "LibraryLog.h"
 #include "Terminal.h"
 
@@ -19,9 +13,6 @@ int main(int argc, char** argv) {
         showLibraryLog();
         code = job();
     }
-    if (fflush(stdout) != 0 || ferror(stdout) != 0) {
-        complain(std::string("cannot write to standard output: ") + strerror(errno));
-        code = kBadData;
-    }
-    _exit(*code);  // The library's watcher may be at work: nothing that it uses is destroyed.
+    // The library's watcher may be at work: nothing that it uses is destroyed.
+    _exit(withOutput(*code));
 }

@@ -41,7 +41,7 @@ void addDeviceCommand(CLI::App& app, Job* job, const char* name, const char* des
     if (show != showEventFiles)
         command.add_option("--from", options->first, "Begin with record N, counted from 0")
             ->type_name("N")
-            ->check(notNegative());
+            ->check(isNumber<uint64_t>());
     command.callback([=] { *job = [=] { return show(*options); }; });
 }
 

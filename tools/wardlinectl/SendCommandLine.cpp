@@ -4,6 +4,8 @@
 
 namespace {
 
+constexpr char kDryRun[] = "--dry-run";
+
 /** The arguments of a command, and whether it only shows what would go out. */
 template <typename Arguments>
 struct Sending {
@@ -15,17 +17,27 @@ struct Sending {
 template <typename Arguments>
 void finish(CLI::App& command, Job* job, const std::shared_ptr<Sending<Arguments>>& sending,
             int (*send)(const Arguments&, bool)) {
-    command.add_flag("--dry-run", sending->isDryRun, "Print what would go out, and send nothing");
+    command.add_flag(kDryRun, sending->isDryRun, "Print what would go out, and send nothing");
     command.callback([=] { *job = [=] { return send(sending->arguments, sending->isDryRun); }; });
 }
 
-CLI::Option* addNumber(CLI::App& command, const char* name, int& value, const char* description) {
-    return command.add_option(name, value, description)->type_name("N");
+template <typename Number>
+CLI::Option* addNumber(CLI::App& command, const char* name, Number& value,
+                       const char* description) {
+    return command.add_option(name, value, description)->type_name("N")->check(isNumber<Number>());
 }
 
-CLI::Option* addNumber(CLI::App& command, const char* name, unsigned long& value,
-                       const char* description) {
-    return command.add_option(name, value, description)->type_name("N")->check(notNegative());
+/** Where a value was forgotten, the option behind it must not pass for one: nothing would be dry. */
+CLI::Validator isNoDryRun() {
+    const auto check = [](const std::string& text) {
+        return text == kDryRun ? "a value is missing before " + text : "";
+    };
+    return {check, ""};
+}
+
+CLI::Option* addText(CLI::App& command, const char* name, std::string& value,
+                     const char* description) {
+    return command.add_option(name, value, description)->type_name("TEXT")->check(isNoDryRun());
 }
 
 /** An option that takes several words at once, any number of times. */
@@ -34,12 +46,8 @@ CLI::Option* addWords(CLI::App& command, const char* name, std::vector<std::stri
     return command.add_option(name, words, description)
         ->type_size(count)
         ->type_name(types)
-        ->allow_extra_args(false);
-}
-
-CLI::Option* addText(CLI::App& command, const char* name, std::string& value,
-                     const char* description) {
-    return command.add_option(name, value, description)->type_name("TEXT");
+        ->allow_extra_args(false)
+        ->check(isNoDryRun());
 }
 
 void addStab(CLI::App& app, Job* job) {

@@ -1,9 +1,12 @@
 #include "Terminal.h"
 
+#include <errno.h>
 #include <inttypes.h>
 #include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
+
+#include "ExitCode.h"
 
 namespace {
 
@@ -51,6 +54,12 @@ void complain(std::string_view message) {
     fflush(stdout);
     fprintf(stderr, "%s %.*s\n", painted(stderr, Colour::kError, "wardlinectl:").c_str(),
             static_cast<int>(message.size()), message.data());
+}
+
+int withOutput(int code) {
+    if (fflush(stdout) == 0 && ferror(stdout) == 0) return code;
+    complain(std::string("cannot write to standard output: ") + strerror(errno));
+    return kBadData;
 }
 
 void Progress::advance() {

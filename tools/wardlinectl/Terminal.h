@@ -17,6 +17,9 @@ void neverColour();
 /** The text in a colour, as far as the stream is a terminal that is to be coloured. */
 std::string painted(FILE* stream, Colour colour, std::string_view text);
 
+/** The exit code, unless standard output has not taken all: then a message, and that of a failure. */
+int withOutput(int code);
+
 /** Prints a message of the program's own to standard error, after all that was printed before. */
 void complain(std::string_view message);
 

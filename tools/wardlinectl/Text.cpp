@@ -104,8 +104,10 @@ bool fromHex(std::string_view text, std::string* bytes) {
 }
 
 std::string isoTime(int64_t timeMs) {
-    const int64_t rest = (timeMs % 1000 + 1000) % 1000;
-    return isoTimeOf((timeMs - rest) / 1000, static_cast<int>(rest));
+    const int64_t rest = timeMs % 1000;
+    const bool isBefore = rest < 0;  // Of the second that the division gives.
+    return isoTimeOf(timeMs / 1000 - (isBefore ? 1 : 0),
+                     static_cast<int>(rest + (isBefore ? 1000 : 0)));
 }
 
 std::string isoTime(uint64_t timeMs) {

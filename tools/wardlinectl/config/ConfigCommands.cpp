@@ -48,7 +48,7 @@ bool checkFile(const std::string& path, android::__StabCloudConfig held,
     const ConfigCheck check = checkConfig(text);
     if (check.survives()) applyConfig(check.document, held);
     if (options.isJson) {
-        Json::Value object = checkAsJson(sourceName(path), check);
+        Json::Value object = checkAsJson(sourceName(path), text, check);
         if (check.survives()) object["holds"] = configAsJson(held);
         printJson(object);
         return check.survives();
@@ -68,13 +68,14 @@ bool mayDeliver(const std::string& name, const std::string& text, bool isForced)
     return isForced;
 }
 
-int deliver(const std::string& name, const std::string& text, bool isForced) {
-    if (!mayDeliver(name, text, isForced)) return kBadData;
-    const Delivery delivery = deliverConfig(text);
-    if (!delivery.error.empty()) {
-        complain(delivery.error);
-        return kBadData;
-    }
+int fail(const std::string& error) {
+    complain(error);
+    return kBadData;
+}
+
+int deliver(ConfigFile& file, const std::string& name, const std::string& text) {
+    const Delivery delivery = file.deliver(text);
+    if (!delivery.error.empty()) return fail(delivery.error);
     if (delivery.wasMissing)
         printf("%s did not exist: made it, and wrote it once more\n", kConfigPath);
     printf("delivered %s: %zu bytes, and %zu of white space\n", name.c_str(), text.size(),
@@ -98,16 +99,25 @@ int checkConfigFiles(const ConfigCheckOptions& options) {
 
 int putConfig(const std::string& path, bool isForced) {
     std::string text;
-    if (!read(path, &text)) return kBadData;
-    return deliver(sourceName(path), text, isForced);
+    const std::string name = sourceName(path);
+    if (!read(path, &text) || !mayDeliver(name, text, isForced)) return kBadData;
+    ConfigFile file;
+    std::string error;
+    if (!file.open(&error)) return fail(error);
+    return deliver(file, name, text);
 }
 
 int rollBackConfig(bool isForced) {
-    std::string text;
+    const std::string name = "the earlier one";
+    ConfigFile file;
     std::string error;
-    if (readPreviousConfig(&text, &error)) return deliver("the earlier one", text, isForced);
-    complain(error);
-    return kBadData;
+    if (!file.open(&error)) return fail(error);
+    const std::optional<std::string> text = file.readPrevious();
+    if (!text)
+        return fail(errno == ENOENT ? "there is no earlier configuration"
+                                    : name + ": " + strerror(errno));
+    if (!mayDeliver(name, *text, isForced)) return kBadData;
+    return deliver(file, name, *text);
 }
 
 int showConfig(bool isJson) {

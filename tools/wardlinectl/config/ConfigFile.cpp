@@ -1,6 +1,5 @@
 #include "config/ConfigFile.h"
 
-#include <android-base/unique_fd.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
@@ -13,7 +12,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <optional>
+
+#include "config/ConfigCheck.h"
 
 using android::base::unique_fd;
 
@@ -28,6 +28,7 @@ constexpr char kPrevious[] = "stab_cloud_config.json.previous";
 constexpr char kReplaced[] = "stab_cloud_config.json.replaced";
 constexpr char kScratch[] = "stab_cloud_config.json.tmp";
 constexpr mode_t kMode = 0644;
+constexpr mode_t kPermissions = 0777;
 
 std::string errorOf(const std::string& what) {
     return what + ": " + strerror(errno);
@@ -70,174 +71,151 @@ class SignalsBlocked {
     sigset_t before_;
 };
 
-class ConfigFile {
-  public:
-    /** Other deliveries wait until this one is over. */
-    bool open(std::string* error) {
-        directory_.reset(::open(kDirectory, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        const bool isLocked =
-            directory_.ok() && TEMP_FAILURE_RETRY(flock(directory_.get(), LOCK_EX)) == 0;
-        if (!isLocked) *error = errorOf(kDirectory);
-        return isLocked && settle(error);
+enum class Write { kDone, kUndone, kDamaged };
+
+/** The one modification. */
+Write writeOnce(int file, const std::string& content, const std::string& old, std::string* error) {
+    const SignalsBlocked blocked;
+    const ssize_t size = TEMP_FAILURE_RETRY(pwrite(file, content.data(), content.size(), 0));
+    if (size == static_cast<ssize_t>(content.size())) {
+        fsync(file);
+        return Write::kDone;
     }
-
-    Delivery deliver(const std::string& text) {
-        Delivery delivery;
-        delivery.wasMissing = !exists(kName);
-        const bool isThere = !delivery.wasMissing || create(text, &delivery.error);
-        if (!isThere) return delivery;
-        replace(text, &delivery);
-        fsync(directory_.get());
-        return delivery;
-    }
-
-    std::optional<std::string> readPrevious() { return readFile(kPrevious); }
-
-  private:
-    bool exists(const char* name) const {
-        return faccessat(directory_.get(), name, F_OK, 0) == 0 || errno != ENOENT;
-    }
-
-    std::optional<std::string> readFile(const char* name) const {
-        const unique_fd file(openat(directory_.get(), name, O_RDONLY | O_CLOEXEC));
-        if (!file.ok()) return {};
-        return readAll(file.get());
-    }
-
-    /** Brings what an earlier delivery left, that was ended, to its end. */
-    bool settle(std::string* error) {
-        const std::optional<std::string> replaced = readFile(kReplaced);
-        if (!replaced) {
-            if (errno != ENOENT) *error = errorOf(kReplaced);
-            return errno == ENOENT;
-        }
-        if (replaced == readFile(kName)) return remove(kReplaced, error);
-        return rename(kReplaced, kPrevious, error);
-    }
-
-    bool remove(const char* name, std::string* error) {
-        const bool isGone = unlinkat(directory_.get(), name, 0) == 0 || errno == ENOENT;
-        if (!isGone) *error = errorOf(name);
-        return isGone;
-    }
-
-    bool rename(const char* from, const char* to, std::string* error) {
-        const bool isDone = renameat(directory_.get(), from, directory_.get(), to) == 0;
-        if (!isDone) *error = errorOf(to);
-        return isDone;
-    }
-
-    /** Makes a file that is whole on the disk. It may be one of another name that was left. */
-    bool writeScratch(const std::string& content, mode_t mode, std::string* error) {
-        if (!remove(kScratch, error)) return false;
-        const unique_fd file(
-            openat(directory_.get(), kScratch, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-        if (file.ok() && fchmod(file.get(), mode) == 0 && writeAll(file.get(), content) &&
-            fsync(file.get()) == 0)
-            return true;
-        *error = errorOf(kScratch);
-        if (file.ok()) unlinkat(directory_.get(), kScratch, 0);
-        return false;
-    }
-
-    /** Nobody notices a file that comes by a rename, and nobody finds it half-written. */
-    bool create(const std::string& text, std::string* error) {
-        if (!isRoomFor(text.size(), error) || !writeScratch(text, kMode, error)) return false;
-        if (renameat2(directory_.get(), kScratch, directory_.get(), kName, RENAME_NOREPLACE) == 0)
-            return true;
-        if (errno == EEXIST) return true;  // It is replaced now, and its content kept.
-        *error = errorOf(kConfigPath);
-        return false;
-    }
-
-    void replace(const std::string& text, Delivery* delivery) {
-        std::string* const error = &delivery->error;
-        const unique_fd file(openat(directory_.get(), kName, O_RDWR | O_CLOEXEC));
-        struct stat status = {};
-        const bool isOpen = file.ok() && fstat(file.get(), &status) == 0;
-        const std::optional<std::string> old = isOpen ? readAll(file.get()) : std::nullopt;
-        if (!old) {
-            *error = errorOf(kConfigPath);
-            return;
-        }
-        std::string content = text;
-        content.resize(std::max(text.size(), old->size()), ' ');
-        delivery->paddingBytes = content.size() - text.size();
-        if (!isRoomFor(content.size(), error)) return;
-        const bool isNew = delivery->wasMissing && *old == text;
-        if (!isNew && !(writeScratch(*old, status.st_mode & 0777, error) &&
-                        rename(kScratch, kReplaced, error)))
-            return;
-        const bool isWritten = writeOnce(file.get(), content, *old, error);
-        if (isNew) return;
-        if (isWritten) {
-            rename(kReplaced, kPrevious, error);
-        } else {
-            unlinkat(directory_.get(), kReplaced, 0);
-        }
-    }
-
-    /**
-     * Whether there is room for a file and for a copy: a write that comes to its end half-way would
-     * end everybody who watches.
-     */
-    bool isRoomFor(size_t size, std::string* error) {
-        rlimit limit = {};
-        struct statvfs space = {};
-        if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur < size) {
-            errno = EFBIG;
-            *error = errorOf(kConfigPath);
-            return false;
-        }
-        // A file system without a limit says that it has no blocks at all.
-        const bool isFull = fstatvfs(directory_.get(), &space) == 0 && space.f_blocks != 0 &&
-                            space.f_bavail <= 2 * (size / space.f_frsize + 1);
-        if (!isFull) return true;
-        errno = ENOSPC;
-        *error = errorOf(kConfigPath);
-        return false;
-    }
-
-    /** The one modification. */
-    static bool writeOnce(int file, const std::string& content, const std::string& old,
-                          std::string* error) {
-        const SignalsBlocked blocked;
-        const ssize_t size = TEMP_FAILURE_RETRY(pwrite(file, content.data(), content.size(), 0));
-        if (size == static_cast<ssize_t>(content.size())) {
-            fsync(file);
-            return true;
-        }
-        if (size >= 0) errno = ENOSPC;
-        *error = errorOf(kConfigPath);
-        // What is there of it must not stay: there is room for as much.
-        std::string before = old;
-        before.resize(static_cast<size_t>(std::max<ssize_t>(size, 0)), ' ');
-        if (!before.empty() &&
-            pwrite(file, before.data(), before.size(), 0) != static_cast<ssize_t>(before.size()))
-            *error += "; the file is damaged now";
-        return false;
-    }
-
-    unique_fd directory_;
-};
+    if (size >= 0) errno = ENOSPC;
+    *error = errorOf(kConfigPath);
+    // What is there of it must not stay: there is room for as much.
+    std::string before = old;
+    before.resize(static_cast<size_t>(std::max<ssize_t>(size, 0)), ' ');
+    if (before.empty() ||
+        pwrite(file, before.data(), before.size(), 0) == static_cast<ssize_t>(before.size()))
+        return Write::kUndone;
+    *error += std::string("; it is damaged now, and ") + kReplaced + " is what it was";
+    return Write::kDamaged;
+}
 
 }  // namespace
 
-Delivery deliverConfig(const std::string& text) {
-    ConfigFile file;
-    Delivery delivery;
-    if (!file.open(&delivery.error)) return delivery;
-    return file.deliver(text);
+bool ConfigFile::open(std::string* error) {
+    directory_.reset(::open(kDirectory, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const bool isLocked =
+        directory_.ok() && TEMP_FAILURE_RETRY(flock(directory_.get(), LOCK_EX)) == 0;
+    if (!isLocked) *error = errorOf(kDirectory);
+    return isLocked && settle(error);
 }
 
-bool readPreviousConfig(std::string* text, std::string* error) {
-    ConfigFile file;
-    if (!file.open(error)) return false;
-    const std::optional<std::string> previous = file.readPrevious();
-    if (!previous) {
-        *error = errno == ENOENT ? "there is no earlier configuration" : errorOf(kPrevious);
+Delivery ConfigFile::deliver(const std::string& text) {
+    Delivery delivery;
+    delivery.wasMissing = !exists(kName);
+    const bool isThere = !delivery.wasMissing || create(text, &delivery.error);
+    if (!isThere) return delivery;
+    replace(text, &delivery);
+    fsync(directory_.get());
+    return delivery;
+}
+
+std::optional<std::string> ConfigFile::readPrevious() const {
+    return readFile(kPrevious);
+}
+
+bool ConfigFile::exists(const char* name) const {
+    return faccessat(directory_.get(), name, F_OK, 0) == 0 || errno != ENOENT;
+}
+
+std::optional<std::string> ConfigFile::readFile(const char* name) const {
+    const unique_fd file(openat(directory_.get(), name, O_RDONLY | O_CLOEXEC));
+    if (!file.ok()) return {};
+    return readAll(file.get());
+}
+
+/** Brings what an earlier delivery left, that was ended, to its end. */
+bool ConfigFile::settle(std::string* error) {
+    const std::optional<std::string> replaced = readFile(kReplaced);
+    if (!replaced) {
+        if (errno != ENOENT) *error = errorOf(kReplaced);
+        return errno == ENOENT;
+    }
+    const std::optional<std::string> now = readFile(kName);
+    if (replaced == now) return remove(kReplaced, error);
+    // One that was ended within its write left nothing to go back to but what it replaced.
+    keepsPrevious_ = now && !checkConfig(*now).survives();
+    return rename(kReplaced, kPrevious, error);
+}
+
+bool ConfigFile::remove(const char* name, std::string* error) const {
+    const bool isGone = unlinkat(directory_.get(), name, 0) == 0 || errno == ENOENT;
+    if (!isGone) *error = errorOf(name);
+    return isGone;
+}
+
+bool ConfigFile::rename(const char* from, const char* to, std::string* error) const {
+    const bool isDone = renameat(directory_.get(), from, directory_.get(), to) == 0;
+    if (!isDone) *error = errorOf(to);
+    return isDone;
+}
+
+/** Makes a file that is whole on the disk. It may be one of another name that was left. */
+bool ConfigFile::writeScratch(const std::string& content, mode_t mode, std::string* error) const {
+    if (!remove(kScratch, error)) return false;
+    const unique_fd file(
+        openat(directory_.get(), kScratch, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+    if (file.ok() && fchmod(file.get(), mode) == 0 && writeAll(file.get(), content) &&
+        fsync(file.get()) == 0)
+        return true;
+    *error = errorOf(kScratch);
+    if (file.ok()) unlinkat(directory_.get(), kScratch, 0);
+    return false;
+}
+
+/** Nobody notices a file that comes by a rename, and nobody finds it half-written. */
+bool ConfigFile::create(const std::string& text, std::string* error) const {
+    if (!isRoomFor(text.size(), error) || !writeScratch(text, kMode, error)) return false;
+    if (renameat2(directory_.get(), kScratch, directory_.get(), kName, RENAME_NOREPLACE) == 0)
+        return true;
+    if (errno == EEXIST) return true;  // It is replaced now, and its content kept.
+    *error = errorOf(kConfigPath);
+    return false;
+}
+
+void ConfigFile::replace(const std::string& text, Delivery* delivery) const {
+    std::string* const error = &delivery->error;
+    const unique_fd file(openat(directory_.get(), kName, O_RDWR | O_CLOEXEC));
+    struct stat status = {};
+    const bool isOpen = file.ok() && fstat(file.get(), &status) == 0;
+    const std::optional<std::string> old = isOpen ? readAll(file.get()) : std::nullopt;
+    if (!old) {
+        *error = errorOf(kConfigPath);
+        return;
+    }
+    std::string content = text;
+    content.resize(std::max(text.size(), old->size()), ' ');
+    delivery->paddingBytes = content.size() - text.size();
+    if (!isRoomFor(content.size(), error)) return;
+    const bool isKept = content != *old && !keepsPrevious_;
+    if (isKept && !(writeScratch(*old, status.st_mode & kPermissions, error) &&
+                    rename(kScratch, kReplaced, error) && fsync(directory_.get()) == 0))
+        return;
+    const Write outcome = writeOnce(file.get(), content, *old, error);
+    if (isKept && outcome == Write::kDone) rename(kReplaced, kPrevious, error);
+    if (isKept && outcome == Write::kUndone) unlinkat(directory_.get(), kReplaced, 0);
+}
+
+/**
+ * Whether there is room for a file and for a copy: a write that comes to its end half-way would end
+ * everybody who watches.
+ */
+bool ConfigFile::isRoomFor(size_t size, std::string* error) const {
+    rlimit limit = {};
+    struct statvfs space = {};
+    if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur < size) {
+        errno = EFBIG;
+        *error = errorOf(kConfigPath);
         return false;
     }
-    *text = *previous;
-    return true;
+    // A file system without a limit says that it has no blocks at all.
+    const bool isFull = fstatvfs(directory_.get(), &space) == 0 && space.f_blocks != 0 &&
+                        space.f_bavail <= 2 * (size / space.f_frsize + 1);
+    if (!isFull) return true;
+    errno = ENOSPC;
+    *error = errorOf(kConfigPath);
+    return false;
 }

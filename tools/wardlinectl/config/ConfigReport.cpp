@@ -34,7 +34,7 @@ void printProblem(FILE* stream, const std::string& file, const TextLines& lines,
     if (hasPlace) printExcerpt(stream, lines.line(problem.place.line), problem.place.column);
 }
 
-Json::Value problemsAsJson(const std::vector<ConfigProblem>& problems) {
+Json::Value problemsAsJson(const TextLines& lines, const std::vector<ConfigProblem>& problems) {
     Json::Value list(Json::arrayValue);
     for (const ConfigProblem& problem : problems) {
         Json::Value& object = list.append(Json::objectValue);
@@ -43,6 +43,7 @@ Json::Value problemsAsJson(const std::vector<ConfigProblem>& problems) {
         if (problem.place.line == 0) continue;
         object["line"] = Json::UInt64(problem.place.line);
         object["column"] = Json::UInt64(problem.place.column);
+        setBytes(object, "text", lines.line(problem.place.line));
     }
     return list;
 }
@@ -63,12 +64,13 @@ void printCheck(FILE* stream, const std::string& file, std::string_view text,
             counted(check.warnings.size(), "warning").c_str());
 }
 
-Json::Value checkAsJson(const std::string& file, const ConfigCheck& check) {
+Json::Value checkAsJson(const std::string& file, std::string_view text, const ConfigCheck& check) {
+    const TextLines lines(text);
     Json::Value object;
     setBytes(object, "file", file);
     object["survives"] = check.survives();
-    object["errors"] = problemsAsJson(check.errors);
-    object["warnings"] = problemsAsJson(check.warnings);
+    object["errors"] = problemsAsJson(lines, check.errors);
+    object["warnings"] = problemsAsJson(lines, check.warnings);
     return object;
 }
 

@@ -13,7 +13,7 @@
 void printCheck(FILE* stream, const std::string& file, std::string_view text,
                 const ConfigCheck& check);
 
-Json::Value checkAsJson(const std::string& file, const ConfigCheck& check);
+Json::Value checkAsJson(const std::string& file, std::string_view text, const ConfigCheck& check);
 
 /** Whether a subscriber would survive what the device has; prints what is wrong when it would not. */
 bool isDeviceConfigSound();

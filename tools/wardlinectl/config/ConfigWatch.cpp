@@ -46,6 +46,7 @@ class Watch {
         const std::lock_guard lock(mutex_);
         const std::vector<std::string> missed = differences(last_, config);
         if (changes_ > 0 || missed.empty()) return;
+        ++changes_;
         print(config, missed);
         last_ = config;
     }
@@ -117,12 +118,16 @@ void onChange(android::__StabCloudConfig& config) {
     watch().begin(android::getCloudConfig(nullptr), isJson);
     watch().catchUp(android::getCloudConfig(onChange));
     watch().awaitChanges(changes);
-    _exit(kDone);
+    _exit(withOutput(kDone));
 }
 
 /** Says why the subscriber was ended, as far as the file tells it. */
 void explainEnd(int signal) {
-    complain(std::string("a configuration has ended the watching process: ") + strsignal(signal));
+    if (signal != SIGABRT) {
+        complain(std::string("the watching process was ended: ") + strsignal(signal));
+        return;
+    }
+    complain("a configuration has ended the watching process");
     isDeviceConfigSound();
 }
 

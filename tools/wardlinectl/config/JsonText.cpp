@@ -34,10 +34,6 @@ class Tokens {
 
     size_t start() const { return start_; }
     size_t end() const { return offset_; }
-    bool atEnd() {
-        skipBlanks();
-        return offset_ == text_.size();
-    }
 
   private:
     void skipTo(std::string_view end, size_t from) {
@@ -161,22 +157,6 @@ std::string memberPath(const std::string& parent, const std::string& key) {
         "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-";
     const bool isPlain = !key.empty() && key.find_first_not_of(kPlain) == std::string::npos;
     return (parent.empty() ? "" : parent + '.') + (isPlain ? key : inQuotes(key));
-}
-
-size_t nestingDepth(std::string_view text) {
-    Tokens tokens(text);
-    size_t depth = 0;
-    size_t deepest = 1;
-    std::string_view closing;  // Of an array or an object that has just begun.
-    do {
-        const std::string_view token = tokens.next();
-        if (!closing.empty() && token != closing) deepest = std::max(deepest, depth + 1);
-        closing = token == "[" ? "]" : token == "{" ? "}" : "";
-        depth += closing.empty() ? 0 : 1;
-        depth -= depth > 0 && (token == "]" || token == "}") ? 1 : 0;
-        deepest = std::max(deepest, depth);
-    } while (!tokens.atEnd());
-    return closing.empty() ? deepest : std::max(deepest, depth + 1);
 }
 
 std::vector<JsonMember> listMembers(std::string_view text) {

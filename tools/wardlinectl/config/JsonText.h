@@ -29,12 +29,6 @@ class TextLines {
     std::vector<size_t> starts_;
 };
 
-/**
- * How deep the values are nested; a plain value has the depth 1. In any text: what is missing behind the
- * beginning of an array or an object counts as a value.
- */
-size_t nestingDepth(std::string_view text);
-
 /** A member of an object, at the place where its key begins. */
 struct JsonMember {
     std::string parent;  // Path of the object: keys joined by dots, elements in brackets.

@@ -2,6 +2,7 @@
 
 #include <string.h>
 
+#include "Terminal.h"
 #include "internal/StabNotifyRecord.h"
 #include "proto/wardline_records.pb.h"
 #include "see/DriverRecord.h"
@@ -11,6 +12,8 @@ namespace {
 
 constexpr uint32_t kElementTag = 0x0a;  // Field 1, length-delimited: an element of either list.
 constexpr size_t kLargestRecord = INT32_MAX;
+constexpr size_t kLongestHead = 15;
+constexpr size_t kLongestGroup = 65536;  // A longer one takes all that is behind it.
 
 void showFields(Kind kind, const std::string& record, RecordWriter& writer) {
     switch (kind) {
@@ -24,6 +27,12 @@ void showFields(Kind kind, const std::string& record, RecordWriter& writer) {
         case Kind::kDriver:
             return showDriverRecord(record, writer);
     }
+}
+
+/** One for all that is decoded. */
+Progress& progress() {
+    static Progress progress("records");
+    return progress;
 }
 
 }  // namespace
@@ -56,14 +65,15 @@ void Decoder::decodeOne(Kind kind, Input& input, const BeginRecord& begin) {
         return writer_.end();
     }
     showMessage(kind, bytes, 0);
-    if (name_ && kind == Kind::kStabEvent) checkName(bytes);
+    if (isNamed_) checkName(bytes);
     finishRecord(bytes);
 }
 
 void Decoder::decodeList(Kind kind, Input& input, const BeginRecord& begin) {
     while (!input.atEnd()) {
         const uint64_t start = input.offset();
-        const std::optional<FieldHead> field = readFieldHead(input.peek(kLongestHead));
+        std::optional<FieldHead> field = readFieldHead(input.peek(kLongestHead));
+        if (!field) field = readFieldHead(input.peek(kLongestGroup));
         if (field && field->tag == kElementTag) {
             decodeElement(kind, *field, input, begin);
         } else {
@@ -77,7 +87,7 @@ void Decoder::decodeList(Kind kind, Input& input, const BeginRecord& begin) {
 void Decoder::decodeElement(Kind kind, const FieldHead& field, Input& input,
                             const BeginRecord& begin) {
     const uint64_t start = input.offset();
-    input.take(field.head);
+    const std::string head = input.take(field.head);
     const std::string bytes = input.take(field.size);
     begin({index_++, start, field.head + bytes.size()});
     showMessage(kind, bytes, start + field.head);
@@ -85,7 +95,7 @@ void Decoder::decodeElement(Kind kind, const FieldHead& field, Input& input,
         report({start, "the record wants " + std::to_string(field.size) + " bytes, of which " +
                            std::to_string(bytes.size()) + " are there"});
     }
-    finishRecord(bytes);
+    finishRecord(head + bytes);
 }
 
 void Decoder::showOther(const std::string& field, Place place, const BeginRecord& begin) {
@@ -123,7 +133,8 @@ void Decoder::checkName(const std::string& bytes) {
     event.ParseFromString(salvage(bytes, shapeOf(Kind::kStabEvent), 0).record);
     std::optional<uint64_t> time;
     if (event.has_timestamp_ms()) time = event.timestamp_ms();
-    const std::optional<std::string> problem = findNameProblem(*name_, time);
+    const std::optional<std::string> problem =
+        name_ ? findNameProblem(*name_, time) : "this is not the name of a stability event file";
     if (!problem) return;
     isSound_ = false;
     writer_.problem({}, *problem);
@@ -138,7 +149,7 @@ void Decoder::report(const Damage& damage) {
 
 void Decoder::finishRecord(std::string_view bytes) {
     writer_.bytes(bytes);
-    progress_.clear();
+    progress().clear();
     writer_.end();
-    progress_.advance();
+    progress().advance();
 }

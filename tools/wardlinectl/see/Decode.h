@@ -5,7 +5,6 @@
 #include <string>
 
 #include "Input.h"
-#include "Terminal.h"
 #include "see/FileName.h"
 #include "see/Kinds.h"
 #include "see/RecordWriter.h"
@@ -27,8 +26,11 @@ class Decoder {
     Decoder(RecordWriter& writer, std::string source)
         : writer_(writer), source_(std::move(source)) {}
 
-    /** The name that the input has, which is checked against its record. */
-    void expectName(const EventFileName& name) { name_ = name; }
+    /** The name of the stability event in the input, which is checked, also against the event. */
+    void expectName(std::string_view name) {
+        isNamed_ = true;
+        name_ = parseEventFileName(name);
+    }
 
     /** Shows every record of the input. False when one of them is damaged. */
     bool decode(Kind kind, Input& input, const BeginRecord& begin);
@@ -47,8 +49,8 @@ class Decoder {
 
     RecordWriter& writer_;
     std::string source_;
+    bool isNamed_ = false;
     std::optional<EventFileName> name_;
     uint64_t index_ = 0;
     bool isSound_ = true;
-    Progress progress_{"records"};
 };

@@ -23,9 +23,9 @@ std::string pathOf(const std::string& name) {
     return std::string(kDirectory) + '/' + name;
 }
 
-std::vector<EventFile> listFiles() {
+std::vector<EventFile> listFiles(std::error_code* problem) {
     std::vector<EventFile> files;
-    std::error_code error;
+    std::error_code& error = *problem;
     fs::recursive_directory_iterator entry(kDirectory, error);
     for (; !error && entry != fs::end(entry); entry.increment(error)) {
         EventFile file = {entry->path().lexically_relative(kDirectory), {}};
@@ -77,11 +77,17 @@ bool EventFiles::isNew(const EventFile& file, bool onlyWhole) {
 }
 
 std::vector<EventFile> EventFiles::takeNew(bool onlyWhole) {
-    std::vector<EventFile> files = listFiles();
+    std::error_code error;
+    std::vector<EventFile> files = listFiles(&error);
+    problem_ = error && error != std::errc::no_such_file_or_directory ? error.message() : "";
     std::erase_if(files, [&](const EventFile& file) { return !isNew(file, onlyWhole); });
     std::ranges::sort(files, {}, ageOf);
     isFirst_ = false;
     return files;
+}
+
+std::string EventFiles::problem() const {
+    return problem_.empty() ? "" : std::string(kDirectory) + ": " + problem_;
 }
 
 bool showEventFile(const EventFile& file, RecordWriter& writer) {
@@ -90,10 +96,7 @@ bool showEventFile(const EventFile& file, RecordWriter& writer) {
         complain(file.name + ": " + strerror(errno));
         return false;
     }
-    const auto name = parseEventFileName(file.name);
     Decoder decoder(writer, file.name);
-    if (name) decoder.expectName(*name);
-    const bool isSound = decoder.decode(Kind::kStabEvent, input, heading(file, writer));
-    if (!name) complain(file.name + ": this is not the name of a stability event file");
-    return isSound && name;
+    decoder.expectName(file.name);
+    return decoder.decode(Kind::kStabEvent, input, heading(file, writer));
 }

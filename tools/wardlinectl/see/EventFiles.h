@@ -23,6 +23,9 @@ class EventFiles {
      */
     std::vector<EventFile> takeNew(bool onlyWhole);
 
+    /** Why the latest look may have missed some; empty when it has not. */
+    std::string problem() const;
+
   private:
     /** What changes when a file is written again. */
     struct Version {
@@ -38,6 +41,7 @@ class EventFiles {
 
     std::map<std::string, Version> taken_;
     std::map<std::string, Version> waiting_;
+    std::string problem_;
     bool isFirst_ = true;
 };
 

@@ -19,6 +19,8 @@ constexpr KindName kNames[] = {{Kind::kStabEvent, "stab-event"},
                                {Kind::kLockTimeout, "lock-timeout"},
                                {Kind::kDriver, "driver"}};
 
+constexpr std::string_view kDriverName = "stabd";  // Its node, and what a device keeps of it.
+
 constexpr MessageShape kNoMessages;
 constexpr MessageShape kMapEntry = {.isMapEntry = true};
 constexpr MessageShape kStabEventShape = {5, &kMapEntry};
@@ -120,6 +122,7 @@ const MessageShape& shapeOf(Kind kind) {
 
 std::optional<Kind> findKind(std::string_view fileName, std::string_view bytes) {
     if (findEventFileName(fileName)) return Kind::kStabEvent;
-    if (isDriver(bytes)) return Kind::kDriver;
+    const std::string_view name = fileName.substr(fileName.rfind('/') + 1);
+    if (name.starts_with(kDriverName) || isDriver(bytes)) return Kind::kDriver;
     return findMessage(bytes);
 }

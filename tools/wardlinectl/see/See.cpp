@@ -61,9 +61,8 @@ bool decodeInput(const std::string& source, Input& input, std::optional<Kind> ki
     if (!kind) kind = kindOf(source, input);
     if (!kind) return false;
     Decoder decoder(writer, source);
-    if (const auto name = findEventFileName(source)) {
-        if (const auto parts = parseEventFileName(*name)) decoder.expectName(*parts);
-    }
+    const std::optional<std::string_view> name = findEventFileName(source);
+    if (name && kind == Kind::kStabEvent) decoder.expectName(*name);
     return decoder.decode(*kind, input, recordHeading(source, *kind, writer));
 }
 
@@ -106,8 +105,8 @@ void beginEvent(uint64_t index, const Place& place, const BufferedEvent& event,
     members["single_file"] = isFile;
     members["size"] = Json::UInt64(place.size);
     writer.begin("event " + std::to_string(index) + ": id " + std::to_string(event.eventId) + ", " +
-                     isoTime(event.timeMs) + ", " + std::to_string(place.size) + " bytes" +
-                     (isFile ? ", single file" : ""),
+                     std::to_string(event.timeMs) + " (" + isoTime(event.timeMs) + "), " +
+                     std::to_string(place.size) + " bytes" + (isFile ? ", single" : ""),
                  members);
 }
 
@@ -146,6 +145,7 @@ int showAll(Reader& reader, const SeeOptions& options, Show show) {
         while (const auto record = reader.next()) {
             if (reader.hasRestarted()) index = 0;
             if (index >= options.first) isSound = show(index, *record, *writer) && isSound;
+            if (options.follows) fflush(stdout);
             ++index;
         }
     } while (options.follows && waitForMore());
@@ -190,6 +190,10 @@ int showEventFiles(const SeeOptions& options) {
     do {
         for (const EventFile& file : files.takeNew(options.follows))
             isSound = showEventFile(file, *writer) && isSound;
+        if (isSound && !files.problem().empty()) {
+            complain(files.problem());
+            isSound = false;
+        }
     } while (options.follows && waitForMore());
     return isSound ? kDone : kBadData;
 }

@@ -247,7 +247,7 @@ std::vector<UnknownField> unknownFields(const std::string& bytes, const std::str
 }
 
 std::optional<FieldHead> readFieldHead(std::string_view bytes) {
-    Walk walk(bytes.substr(0, kLongestHead), 0);
+    Walk walk(bytes, 0);
     if (!walk.next()) return {};
     const bool isWhole = walk.readValue();
     const FieldHead head = {walk.tag(), walk.raw().size(), 0};
@@ -255,8 +255,6 @@ std::optional<FieldHead> readFieldHead(std::string_view bytes) {
         case kLengthDelimited:
             if (walk.contentSize() == 0 && !isWhole) return {};
             return FieldHead{head.tag, head.head - walk.content().size(), walk.contentSize()};
-        case kStartGroup:
-            return {};
         default:
             if (!isWhole) return {};
             return head;

@@ -47,13 +47,12 @@ Salvage salvage(std::string_view bytes, const MessageShape& shape, uint64_t offs
 /** Takes apart the unknown fields that the runtime kept of a message; prefix begins their paths. */
 std::vector<UnknownField> unknownFields(const std::string& bytes, const std::string& prefix);
 
-/** The beginning of a field: after head bytes, size bytes of it follow. */
+/** The beginning of a field: after head bytes, size bytes of it follow. A group is all head. */
 struct FieldHead {
     uint32_t tag;
     size_t head;
     size_t size;
 };
 
-/** How a field begins, if that can be told from its first kLongestHead bytes. */
+/** How a field begins, if that can be told from these first bytes of it; but for groups, 15 do. */
 std::optional<FieldHead> readFieldHead(std::string_view bytes);
-constexpr size_t kLongestHead = 15;

@@ -1,10 +1,15 @@
 #include <android-base/properties.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <wardline/ArtLockTimeoutReport.h>
 #include <wardline/StabEventReport.h>
 #include <wardline/Timestamp.h>
 
+#include <filesystem>
+
 #include "ExitCode.h"
 #include "LibraryLog.h"
+#include "Terminal.h"
 #include "proto/wardline_records.pb.h"
 #include "send/DryRun.h"
 #include "send/Send.h"
@@ -25,22 +30,38 @@ std::string eventFileName(uint64_t timeMs) {
            android::millisecondsToDatetime(timeMs) + '_' + std::to_string(timeMs);
 }
 
-void printStab(const StabReport& report) {
+/** Why a file would not be written, as the call would make its directory. */
+std::string findFileProblem() {
+    struct stat status = {};
+    if (stat(kMonitorDirectory, &status) == 0)
+        return S_ISDIR(status.st_mode) ? "is there already" : "is no directory";
+    return access(std::filesystem::path(kMonitorDirectory).parent_path().c_str(), W_OK) == 0
+               ? ""
+               : "cannot be made";
+}
+
+int printStab(const StabReport& report) {
     const unsigned long timeMs =
         report.timeMs == 0 ? static_cast<unsigned long>(android::getTimestamp()) : report.timeMs;
     const std::string record =
         stabEvent(report.type, report.pid, report.process, timeMs, report.data);
-    if (!report.isFile) return printEvent(36, record);
-    printEventFile(eventFileName(timeMs), record);
+    if (!report.isFile) {
+        printEvent(36, record);
+        return kDone;
+    }
+    const std::string problem = findFileProblem();
+    if (problem.empty()) {
+        printEventFile(eventFileName(timeMs), record);
+        return kDone;
+    }
+    complain(std::string(kMonitorDirectory) + ' ' + problem + ": nothing is written");
+    return kBadData;
 }
 
 }  // namespace
 
 int reportStab(const StabReport& report, bool isDryRun) {
-    if (isDryRun) {
-        printStab(report);
-        return kDone;
-    }
+    if (isDryRun) return printStab(report);
     const auto send = report.isFile ? android::reportStabEventDirect : android::reportStabEvent;
     send(report.type, report.pid, report.process, report.timeMs, &report.data);
     return outcome();

@@ -7,6 +7,7 @@
 #include <wardline/Timestamp.h>
 
 #include <charconv>
+#include <cmath>
 #include <optional>
 
 #include "ExitCode.h"
@@ -29,10 +30,13 @@ std::optional<Integer> integer(const std::string& text) {
     return value;
 }
 
-std::optional<double> real(const std::string& text) {
+/** The same for real numbers; what is infinite must be called so. */
+template <typename Real>
+std::optional<Real> real(const std::string& text, Real (*convert)(const char*, char**)) {
     char* end = nullptr;
-    const double value = strtod(text.c_str(), &end);
-    if (text.empty() || *end != '\0') return {};
+    errno = 0;
+    const Real value = convert(text.c_str(), &end);
+    if (text.empty() || *end != '\0' || (errno == ERANGE && std::isinf(value))) return {};
     return value;
 }
 
@@ -48,8 +52,8 @@ bool add(android::MemKVPairArray& sample, const std::string& key, const std::str
     if (type == "int64") return addNumber(integer<int64_t>(text), &Array::addInt64);
     if (type == "uint32") return addNumber(integer<uint32_t>(text), &Array::addUint32);
     if (type == "uint64") return addNumber(integer<uint64_t>(text), &Array::addUint64);
-    if (type == "double") return addNumber(real(text), &Array::addDouble);
-    if (type == "float") return addNumber(real(text), &Array::addFloat);
+    if (type == "double") return addNumber(real(text, strtod), &Array::addDouble);
+    if (type == "float") return addNumber(real(text, strtof), &Array::addFloat);
     if (type == "bool") {
         sample.addBool(key, text == "true");
         return text == "true" || text == "false";
