@@ -46,6 +46,7 @@ config 3 >three
 expect_run 'a shorter one' 0 'delivered three: 59 bytes, and 9000 of white space' '' config put three
 await has_lines 'change, version 3' 1
 expect 'the file is the same' "$inode 600" "$(stat -c '%i %a' $file)"
+expect 'who may read it may read the earlier one' 600 "$(stat -c %a $file.previous)"
 expect 'its end is white space' "$(config 3)$(printf '%9000s' '')" "$(<$file)"
 expect 'what is beside it' 'stab_cloud_config.json stab_cloud_config.json.previous ' "$(files)"
 expect 'the earlier one is kept' "$(<two)" "$(<$file.previous)"
@@ -181,6 +182,9 @@ mv $directory.away $directory
 mv $file keep && mkdir $file
 expect_run 'a directory in its place' 1 '' "wardlinectl: $file: Is a directory" config put four
 rmdir $file && mv keep $file
+mv $file keep && mkfifo $file
+expect_run 'a FIFO in its place' 1 '' "wardlinectl: $file: Invalid argument" config put four
+rm $file && mv keep $file
 mkdir $file.tmp
 expect_run 'a directory in the way' 1 '' 'wardlinectl: stab_cloud_config.json.tmp: Is a directory' config put four
 rmdir $file.tmp

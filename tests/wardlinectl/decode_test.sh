@@ -147,6 +147,8 @@ expect_run 'a missing file' 1 '' 'wardlinectl: missing: No such file or director
 expect_run 'a directory' 1 . 'wardlinectl: .: Is a directory' decode .
 expect_match 'the other files are decoded all the same' '*stab-event*' \
   "$(wardlinectl decode missing stab 2>/dev/null || true)"
+cp stab $'odd\x1bname'
+expect 'a name that would do something to a terminal' 'odd?name' "$(wardlinectl decode $'odd\x1bname' | head -n 1)"
 expect 'one bad file is enough' 1 "$(status wardlinectl decode missing stab)"
 
 # Unknown fields, at every level; numbers that are known with another wire type too.
@@ -162,6 +164,19 @@ expect 'unknown fields' '  unknown       field 9, varint 5
   unknown       field 5.3, varint 9' "$(grep unknown <<<"$out" | tail -n 7)"
 run decode --json --as stab-event unknown
 expect_match 'unknown fields in JSON' '*"unknown":\[{"field":"9","type":"varint","value":5},*{"field":"12","type":"bytes","value_hex":"78"},{"field":"13","type":"group","value_hex":"0807"},*{"field":"5.3","type":"varint","value":9}\]*' "$out"
+bytes '\x08\x01\x2a\x06\x0a\x01k\x1a\x01z' >unknown
+expect 'a third text in an attribute' '  data          "k" = ""
+  unknown       field 5.3, bytes "z"' "$(wardlinectl decode --as stab-event unknown | tail -n 2)"
+# What is UTF-8, and what is not: a surrogate, a character beyond the last one, a byte that begins none.
+for text in '\xed\x9f\xbf' '\xf4\x8f\xbf\xbf' '\xc3\xa9' '\xe2\x82\xac'; do
+  bytes '\x12'"$(printf '\\x%02x' "$(bytes "$text" | wc -c)")$text" >text
+  expect "$text is text" '' "$(wardlinectl decode --json --as stab-event text | grep -o _hex || true)"
+done
+for text in '\xed\xa0\x80' '\xf4\x90\x80\x80' '\xf5\x80\x80\x80' '\xc0\x80' '\xc3' '\xe2\x82' '\xe0\x80\x80' '\xf0\x80\x80\x80'; do
+  bytes '\x12'"$(printf '\\x%02x' "$(bytes "$text" | wc -c)")$text" >text
+  expect "$text is no text" "\"process_name_hex\":\"${text//\\x/}\"" \
+    "$(wardlinectl decode --json --as stab-event text | grep -o '"process_name_hex":"[0-9a-f]*"')"
+done
 bytes '\x08\x01\x5a\x05\x0a\x01k\x58\x02\x5a\x02\x18\x03\x60\x04' >unknown
 expect 'unknown fields of a sample' '  unknown       field 11.11, varint 2
   figure        "k" = 3 (int32)
@@ -206,6 +221,10 @@ expect_damage 'a cut fixed32' stab-event '\x08\x02\x5d\0' 2 'field 11 wants 4 by
 expect_damage 'the end of no group' stab-event '\x08\x02\x6c' 2 'field 13 ends a group that did not begin' '  event_type    2'
 expect_damage 'wire type 7' stab-event '\x08\x02\x6f' 2 'field 13 has a wire type that does not exist' '  event_type    2'
 expect_damage 'a cut group' stab-event '\x08\x02\x6b\x08\x07' 2 'field 13 is a group that breaks off, or is too deep' '  event_type    2'
+expect_damage 'the end of another group' stab-event '\x08\x02\x6b\x08\x07\x74' 2 'field 13 is a group that breaks off, or is too deep' \
+  '  event_type    2'
+expect_damage 'a tag beyond the last field' stab-event '\x08\x02\xf8\xff\xff\xff\x7f\x00' 2 'this is no tag of a field' '  event_type    2'
+expect_damage 'a tag of six bytes' stab-event '\x08\x02\x88\x80\x80\x80\x80\x00\x01' 2 'this is no tag of a field' '  event_type    2'
 bytes '\x08\x02\x2a\x06\x0a\x01k\x12\x05v\x18\x03' >damaged
 run decode --as stab-event damaged
 expect 'damage in an attribute' 'wardlinectl: damaged: damaged at offset 7: field 2 wants 5 bytes, of which 1 are there: "v"' "$err"

@@ -37,7 +37,7 @@ exec {feed}>pipe
 await eval 'cat elements >&$feed; grep -qsE "[0-9]+ records" typescript'
 exec {feed}>&-
 wait %%
-expect 'the line is taken away' $'\r\033[K' "$(tail -c +1 typescript | grep -ao $'\r\033\\[K' | tail -n 1)"
+expect 'the line is taken away' $'\r\033[K' "$(grep -aoE $'\r([0-9]+ records)?\033\\[K' typescript | tail -n 1)"
 expect 'no such line for short work' '' "$(on_terminal "$command decode --as mem-batch elements >/dev/null")"
 expect 'no such line without a terminal' '' "$(wardlinectl decode --as mem-batch elements 2>&1 >/dev/null)"
 

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "ExitCode.h"
+#include "Text.h"
 
 namespace {
 
@@ -52,8 +53,8 @@ std::string painted(FILE* stream, Colour colour, std::string_view text) {
 
 void complain(std::string_view message) {
     fflush(stdout);
-    fprintf(stderr, "%s %.*s\n", painted(stderr, Colour::kError, "wardlinectl:").c_str(),
-            static_cast<int>(message.size()), message.data());
+    fprintf(stderr, "%s %s\n", painted(stderr, Colour::kError, "wardlinectl:").c_str(),
+            printable(message).c_str());
 }
 
 int withOutput(int code) {

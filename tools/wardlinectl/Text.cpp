@@ -78,6 +78,13 @@ std::string inQuotes(std::string_view text) {
     return result + '"';
 }
 
+std::string printable(std::string_view text) {
+    std::string result(text);
+    for (char& c : result)
+        c = iscntrl(static_cast<unsigned char>(c)) != 0 ? '?' : c;
+    return result;
+}
+
 std::string counted(size_t count, const char* what) {
     return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
 }

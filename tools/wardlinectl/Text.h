@@ -13,6 +13,9 @@ constexpr size_t kLabelColumns = 16;  // With the indentation before the label.
 /** The text in quotes, with the bytes that a terminal cannot show in hex. */
 std::string inQuotes(std::string_view text);
 
+/** The text, with a "?" for each byte that would do something to a terminal; for names of files. */
+std::string printable(std::string_view text);
+
 /** A number and what is counted, with an "s" unless it is one. */
 std::string counted(size_t count, const char* what);
 

@@ -166,6 +166,13 @@ bool ConfigFile::writeScratch(const std::string& content, mode_t mode, std::stri
     return false;
 }
 
+/** Keeps the content that is about to be replaced, before anything happens to it. */
+bool ConfigFile::keep(const std::string& content, mode_t mode, std::string* error) const {
+    if (!writeScratch(content, mode, error) || !rename(kScratch, kReplaced, error)) return false;
+    fsync(directory_.get());
+    return true;
+}
+
 /** Nobody notices a file that comes by a rename, and nobody finds it half-written. */
 bool ConfigFile::create(const std::string& text, std::string* error) const {
     if (!isRoomFor(text.size(), error) || !writeScratch(text, kMode, error)) return false;
@@ -181,6 +188,11 @@ void ConfigFile::replace(const std::string& text, Delivery* delivery) const {
     const unique_fd file(openat(directory_.get(), kName, O_RDWR | O_CLOEXEC));
     struct stat status = {};
     const bool isOpen = file.ok() && fstat(file.get(), &status) == 0;
+    if (isOpen && !S_ISREG(status.st_mode)) {
+        errno = EINVAL;  // Who reads it would wait for ever.
+        *error = errorOf(kConfigPath);
+        return;
+    }
     const std::optional<std::string> old = isOpen ? readAll(file.get()) : std::nullopt;
     if (!old) {
         *error = errorOf(kConfigPath);
@@ -191,9 +203,7 @@ void ConfigFile::replace(const std::string& text, Delivery* delivery) const {
     delivery->paddingBytes = content.size() - text.size();
     if (!isRoomFor(content.size(), error)) return;
     const bool isKept = content != *old && !keepsPrevious_;
-    if (isKept && !(writeScratch(*old, status.st_mode & kPermissions, error) &&
-                    rename(kScratch, kReplaced, error) && fsync(directory_.get()) == 0))
-        return;
+    if (isKept && !keep(*old, status.st_mode & kPermissions, error)) return;
     const Write outcome = writeOnce(file.get(), content, *old, error);
     if (isKept && outcome == Write::kDone) rename(kReplaced, kPrevious, error);
     if (isKept && outcome == Write::kUndone) unlinkat(directory_.get(), kReplaced, 0);

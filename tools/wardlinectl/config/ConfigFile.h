@@ -43,6 +43,7 @@ class ConfigFile {
     bool remove(const char* name, std::string* error) const;
     bool rename(const char* from, const char* to, std::string* error) const;
     bool writeScratch(const std::string& content, mode_t mode, std::string* error) const;
+    bool keep(const std::string& content, mode_t mode, std::string* error) const;
     bool create(const std::string& text, std::string* error) const;
     void replace(const std::string& text, Delivery* delivery) const;
     bool isRoomFor(size_t size, std::string* error) const;

@@ -26,9 +26,12 @@ namespace {
 /** Prints configurations as they come. */
 class Watch {
   public:
-    void begin(const android::__StabCloudConfig& config, bool isJson) {
+    void useJson(bool isJson) { isJson_ = isJson; }
+
+    /** The configuration that was there first, unless a change has come before it. */
+    void begin(const android::__StabCloudConfig& config) {
         const std::lock_guard lock(mutex_);
-        isJson_ = isJson;
+        if (changes_ > 0) return;
         print(config, {});
         last_ = config;
     }
@@ -39,16 +42,6 @@ class Watch {
         print(config, differences(last_, config));
         last_ = config;
         changed_.notify_all();
-    }
-
-    /** Changes that came before the subscription was in place. */
-    void catchUp(const android::__StabCloudConfig& config) {
-        const std::lock_guard lock(mutex_);
-        const std::vector<std::string> missed = differences(last_, config);
-        if (changes_ > 0 || missed.empty()) return;
-        ++changes_;
-        print(config, missed);
-        last_ = config;
     }
 
     void awaitChanges(uint64_t wanted) {
@@ -81,7 +74,7 @@ class Watch {
         printf("%s\n", painted(stdout, Colour::kHeading,
                                time + ": " + heading + std::to_string(config.version))
                            .c_str());
-        if (changes_ == 0 && lines.empty()) return printConfig(config);
+        if (changes_ == 0) return printConfig(config);
         for (const std::string& line : lines)
             printf("  %s\n", painted(stdout, colourOf(line.front()), line).c_str());
         if (lines.empty()) puts("  no difference");
@@ -115,8 +108,8 @@ void onChange(android::__StabCloudConfig& config) {
     const rlimit noCore = {0, 0};
     setrlimit(RLIMIT_CORE, &noCore);
     endWithWatcher();
-    watch().begin(android::getCloudConfig(nullptr), isJson);
-    watch().catchUp(android::getCloudConfig(onChange));
+    watch().useJson(isJson);
+    watch().begin(android::getCloudConfig(onChange));
     watch().awaitChanges(changes);
     _exit(withOutput(kDone));
 }

@@ -51,13 +51,14 @@ bool Decoder::decode(Kind kind, Input& input, const BeginRecord& begin) {
             decodeDriver(input, begin);
             break;
     }
+    progress().clear();
     if (input.error() == 0) return isSound_;
     complain(source_ + ": " + strerror(input.error()));
     return false;
 }
 
 void Decoder::decodeOne(Kind kind, Input& input, const BeginRecord& begin) {
-    const std::string bytes = input.takeAll();
+    const std::string bytes = input.take(kLargestRecord + 1);
     begin({index_++, 0, bytes.size()});
     if (name_) showEventFileName(*name_, writer_);
     if (bytes.size() > kLargestRecord) {

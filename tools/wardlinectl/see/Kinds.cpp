@@ -106,6 +106,19 @@ std::optional<Kind> kindNamed(std::string_view name) {
     return found->kind;
 }
 
+std::optional<Kind> kindOfEvent(int eventId) {
+    switch (eventId) {
+        case kStabEventId:
+            return Kind::kStabEvent;
+        case kLockTimeoutId:
+            return Kind::kLockTimeout;
+        case kMemEventId:
+            return Kind::kMemEvent;
+        default:
+            return {};
+    }
+}
+
 const MessageShape& shapeOf(Kind kind) {
     switch (kind) {
         case Kind::kStabEvent:

@@ -13,6 +13,14 @@ enum class Kind { kStabEvent, kMemEvent, kMemBatch, kLockTimeout, kDriver };
 const char* nameOf(Kind kind);
 std::optional<Kind> kindNamed(std::string_view name);
 
+// The ids under which the event buffer gets records.
+constexpr int kStabEventId = 36;
+constexpr int kLockTimeoutId = 39;
+constexpr int kMemEventId = 89;
+
+/** The kind of the records that the event buffer gets under an id. */
+std::optional<Kind> kindOfEvent(int eventId);
+
 /** What is a message in the message of a kind; of a batch, what is in a single one of its records. */
 const MessageShape& shapeOf(Kind kind);
 

@@ -17,23 +17,11 @@ void print(const std::string& heading, Kind kind, std::string bytes) {
     });
 }
 
-Kind kindOf(int eventId) {
-    switch (eventId) {
-        case 36:
-            return Kind::kStabEvent;
-        case 39:
-            return Kind::kLockTimeout;
-        default:
-            return Kind::kMemEvent;
-    }
-}
-
 }  // namespace
 
 void printEvent(int eventId, const std::string& record) {
-    const Kind kind = kindOf(eventId);
-    const char* const operation = kind == Kind::kStabEvent ? ", single file" : "";
-    print("event buffer: id " + std::to_string(eventId) + operation, kind, record);
+    const std::string operation = eventId == kStabEventId ? ", single file" : "";
+    print("event buffer: id " + std::to_string(eventId) + operation, *kindOfEvent(eventId), record);
 }
 
 void printEventFile(const std::string& name, const std::string& record) {

@@ -9,7 +9,7 @@
 
 // What the library would do, printed.
 
-/** A record for the event buffer, by its event id. */
+/** A record for the event buffer, under one of the ids that kindOfEvent() knows. */
 void printEvent(int eventId, const std::string& record);
 
 /** A record for a file in the monitor directory. */

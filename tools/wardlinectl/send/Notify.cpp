@@ -6,6 +6,7 @@
 #include "ExitCode.h"
 #include "LibraryLog.h"
 #include "Terminal.h"
+#include "see/Kinds.h"
 #include "send/Coredump.h"
 #include "send/DryRun.h"
 #include "send/Send.h"
@@ -59,7 +60,7 @@ void printCrash(const Crash& crash) {
     copyText(crash.process, record.process_name);
     copyText(crash.detail, record.detail);
     printDriverRecord(record);
-    printEvent(36, stabEvent(2, crash.pid, crash.process, 0, {}));
+    printEvent(kStabEventId, stabEvent(2, crash.pid, crash.process, 0, {}));
     printCrashLatch(crash.process);
 }
 
@@ -68,7 +69,7 @@ void printKilledRecords(const std::string& name, int pid) {
     record.flags = kKilledFlags;
     copyText(name, record.process_name);
     printDriverRecord(record);
-    printEvent(36, stabEvent(4, pid, name, 0, {}));
+    printEvent(kStabEventId, stabEvent(4, pid, name, 0, {}));
 }
 
 /** Returns the exit code. */

@@ -11,6 +11,7 @@
 #include "LibraryLog.h"
 #include "Terminal.h"
 #include "proto/wardline_records.pb.h"
+#include "see/Kinds.h"
 #include "send/DryRun.h"
 #include "send/Send.h"
 
@@ -46,7 +47,7 @@ int printStab(const StabReport& report) {
     const std::string record =
         stabEvent(report.type, report.pid, report.process, timeMs, report.data);
     if (!report.isFile) {
-        printEvent(36, record);
+        printEvent(kStabEventId, record);
         return kDone;
     }
     const std::string problem = findFileProblem();
@@ -84,6 +85,6 @@ int reportLockTimeout(const LockTimeoutReport& report, bool isDryRun) {
     timeout.set_object(report.object);
     timeout.set_extra1(report.extra1);
     timeout.set_extra2(report.extra2);
-    printEvent(39, data.SerializeAsString());
+    printEvent(kLockTimeoutId, data.SerializeAsString());
     return kDone;
 }

@@ -15,6 +15,7 @@
 #include "Terminal.h"
 #include "Text.h"
 #include "proto/wardline_records.pb.h"
+#include "see/Kinds.h"
 #include "send/DryRun.h"
 #include "send/Send.h"
 
@@ -138,7 +139,7 @@ int printSample(android::MemKVPairArray& sample) {
         complain("the property ro.build.fingerprint does not have six components; nothing is sent");
         return kBadData;
     }
-    printEvent(89, event.SerializePartialAsString());
+    printEvent(kMemEventId, event.SerializePartialAsString());
     return kDone;
 }
 

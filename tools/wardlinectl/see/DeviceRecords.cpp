@@ -1,12 +1,7 @@
-#include "see/See.h"
-
 #include <errno.h>
-#include <inttypes.h>
 #include <stdio.h>
 #include <string.h>
 #include <unistd.h>
-
-#include <memory>
 
 #include "ExitCode.h"
 #include "Terminal.h"
@@ -16,80 +11,10 @@
 #include "see/Decode.h"
 #include "see/EventFiles.h"
 #include "see/Follow.h"
-#include "see/JsonWriter.h"
-#include "see/TextWriter.h"
+#include "see/MakeWriter.h"
+#include "see/See.h"
 
 namespace {
-
-constexpr size_t kBytesThatTell = 65536;
-
-std::unique_ptr<RecordWriter> makeWriter(const SeeOptions& options) {
-    if (options.isJson) return std::make_unique<JsonWriter>(options.showsBytes);
-    return std::make_unique<TextWriter>(options.showsBytes);
-}
-
-/** The kind of what is in an input, with a message when it cannot be told. */
-std::optional<Kind> kindOf(const std::string& path, Input& input) {
-    const std::optional<Kind> kind = findKind(path, input.peek(kBytesThatTell));
-    if (!kind) complain(path + ": cannot tell the kind of record; name it with --as");
-    return kind;
-}
-
-BeginRecord recordHeading(const std::string& source, Kind kind, RecordWriter& writer) {
-    return [=, &writer](const Place& place) {
-        Json::Value members;
-        setBytes(members, "file", source);
-        members["record"] = Json::UInt64(place.index);
-        members["kind"] = nameOf(kind);
-        members["offset"] = Json::UInt64(place.offset);
-        members["size"] = Json::UInt64(place.size);
-        writer.begin("record " + std::to_string(place.index) + ": " + nameOf(kind) + ", " +
-                         std::to_string(place.size) + " bytes at offset " +
-                         std::to_string(place.offset),
-                     members);
-    };
-}
-
-bool decodeInput(const std::string& source, Input& input, std::optional<Kind> kind,
-                 RecordWriter& writer) {
-    if (input.atEnd()) {
-        complain(
-            source + ": " +
-            (input.error() != 0 ? strerror(input.error()) : "empty: there is no record in it"));
-        return false;
-    }
-    if (!kind) kind = kindOf(source, input);
-    if (!kind) return false;
-    Decoder decoder(writer, source);
-    const std::optional<std::string_view> name = findEventFileName(source);
-    if (name && kind == Kind::kStabEvent) decoder.expectName(*name);
-    return decoder.decode(*kind, input, recordHeading(source, *kind, writer));
-}
-
-bool decodeFile(const std::string& path, std::optional<Kind> kind, const SeeOptions& options,
-                RecordWriter& writer) {
-    const std::string source = sourceName(path);
-    Input input(path);
-    if (!input.ok()) {
-        complain(source + ": " + strerror(errno));
-        return false;
-    }
-    if (!options.isJson) printf("%s\n", painted(stdout, Colour::kHeading, source).c_str());
-    return decodeInput(source, input, kind, writer);
-}
-
-std::optional<Kind> kindOfEvent(int32_t eventId) {
-    switch (eventId) {
-        case 36:
-            return Kind::kStabEvent;
-        case 39:
-            return Kind::kLockTimeout;
-        case 89:
-            return Kind::kMemEvent;
-        default:
-            return {};
-    }
-}
 
 void beginEvent(uint64_t index, const Place& place, const BufferedEvent& event,
                 RecordWriter& writer) {
@@ -161,15 +86,6 @@ bool isThere(const char* path, const char* what) {
 }
 
 }  // namespace
-
-int decodeFiles(const std::vector<std::string>& paths, std::optional<Kind> kind,
-                const SeeOptions& options) {
-    const auto writer = makeWriter(options);
-    bool isSound = true;
-    for (const std::string& path : paths.empty() ? std::vector<std::string>{"-"} : paths)
-        isSound = decodeFile(path, kind, options, *writer) && isSound;
-    return isSound ? kDone : kBadData;
-}
 
 int showEvents(const SeeOptions& options) {
     if (!isThere(kEventBufferFile, "event buffer")) return kBadData;
